@@ -1,0 +1,49 @@
+# What every target of the project is compiled with: C++20 without extensions, all warnings as
+# errors, the sanitizers that a preset asks for, and a compiler cache where there is one.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+option(KIVO_WERROR "Treat compiler warnings as errors" ON)
+set(KIVO_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
+
+add_library(KivoWarnings INTERFACE)
+target_compile_options(KivoWarnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
+    -Wcast-qual -Wformat=2
+    $<$<BOOL:${KIVO_WERROR}>:-Werror>
+    # Message codes are four-character constants, whose value both compilers define alike.
+    -Wno-multichar $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-four-char-constants>)
+
+if(KIVO_SANITIZE)
+    add_compile_options(-fsanitize=${KIVO_SANITIZE} -fno-omit-frame-pointer
+                        -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${KIVO_SANITIZE})
+endif()
+
+find_program(KIVO_CCACHE ccache)
+if(KIVO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${KIVO_CCACHE}")
+endif()
+
+# Compiles each header of a target alone, so that none leans on what its includer included.
+function(kivo_check_headers target)
+    set(sources)
+    foreach(header IN LISTS ARGN)
+        get_filename_component(path "${header}" ABSOLUTE)
+        string(MAKE_C_IDENTIFIER "${header}" name)
+        set(source "${CMAKE_CURRENT_BINARY_DIR}/header_alone/${name}.cpp")
+        file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"${path}\"\n")
+        list(APPEND sources "${source}")
+    endforeach()
+    add_library(${target}HeadersAlone OBJECT EXCLUDE_FROM_ALL ${sources})
+    target_link_libraries(${target}HeadersAlone PRIVATE ${target} KivoWarnings)
+    set_property(GLOBAL APPEND PROPERTY KIVO_HEADER_CHECKS ${target}HeadersAlone)
+endfunction()

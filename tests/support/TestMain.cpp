@@ -1,0 +1,36 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+/// A run-time folder of the test's own, so that no test meets a port of the session or of another
+/// test that runs beside it.
+class PrivateRuntimeFolder {
+  public:
+    PrivateRuntimeFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kivo-test-XXXXXX").string();
+        mPath = mkdtemp(pattern.data());
+        setenv("XDG_RUNTIME_DIR", mPath.c_str(), 1);
+    }
+    ~PrivateRuntimeFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(mPath, ignored);
+    }
+    PrivateRuntimeFolder(const PrivateRuntimeFolder&) = delete;
+    PrivateRuntimeFolder& operator=(const PrivateRuntimeFolder&) = delete;
+
+  private:
+    std::filesystem::path mPath;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const PrivateRuntimeFolder folder;
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}
