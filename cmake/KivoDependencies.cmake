@@ -1,0 +1,7 @@
+# The distribution's libraries that the Linux layer stands on, found once for all folders; their
+# packages are listed in packaging/debian-packages.txt.
+
+find_package(PkgConfig REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-res xcb-randr)
