@@ -1,0 +1,127 @@
+"""The stages of a test run. Each builds what it needs and yields the outcomes of its tests."""
+
+import dataclasses
+import os
+import pathlib
+import re
+import subprocess
+import typing
+
+from outcome import Outcome, read_junit
+
+JOBS = str(os.cpu_count() or 1)
+
+
+class StageFailure(Exception):
+    """What a stage needs could not be had; the text says what was being done."""
+
+
+@dataclasses.dataclass(frozen=True)
+class Stage:
+    """Part of a test run. `run` takes a pattern of test names, or None for all of them."""
+    name: str
+    purpose: str
+    run: typing.Callable
+
+
+def run(*command, **options):
+    """Runs a command with its output shown; returns whether it succeeded."""
+    return subprocess.run([str(word) for word in command], check=False, **options).returncode == 0
+
+
+def build(preset, *targets):
+    """Configures and builds a preset: all of it, or the targets."""
+    log = pathlib.Path("build") / f"{preset}.configure.log"
+    log.parent.mkdir(exist_ok=True)
+    with log.open("w") as output:
+        configured = run("cmake", "--preset", preset, stdout=output, stderr=subprocess.STDOUT)
+    if not configured:
+        print(log.read_text(), flush=True)
+        raise StageFailure(f"configuring the preset {preset} failed: see {log}")
+    selection = ["--target", *targets] if targets else []
+    if not run("cmake", "--build", "--preset", preset, "--parallel", JOBS, *selection):
+        raise StageFailure(f"building the preset {preset} failed")
+
+
+def ctest(stage, folder, pattern):
+    """Runs the tests of a build folder and yields their outcomes."""
+    report = pathlib.Path.cwd() / "build" / f"{stage}.junit.xml"
+    report.unlink(missing_ok=True)
+    selection = ["--tests-regex", pattern] if pattern else []
+    # Addresses are not randomised: the sanitizers of clang 14 cannot work with as many random bits
+    # as newer kernels use.
+    run("setarch", "--addr-no-randomize", "ctest", "--test-dir", folder, "--parallel", JOBS,
+        "--output-on-failure", "--no-tests=error", "--output-junit", report, *selection)
+    if not report.exists():
+        raise StageFailure(f"ctest found no tests in {folder}")
+    yield from read_junit(report, stage)
+
+
+def command_outcome(name, *command):
+    """A command as one test."""
+    return Outcome(name, "passed") if run(*command) else Outcome(
+        name, "failed", "see the output of " + " ".join(str(word) for word in command))
+
+
+def debug(pattern):
+    build("debug")
+    yield from ctest("debug", "build/debug", pattern)
+
+
+def clang(_pattern):
+    build("clang")
+    yield Outcome("clang: build without warnings", "passed")
+
+
+def sanitized(pattern):
+    build("asan-ubsan")
+    yield from ctest("asan-ubsan", "build/asan-ubsan", pattern)
+
+
+def threads(pattern):
+    build("tsan", "tests/contract/all")
+    yield from ctest("tsan", "build/tsan/tests/contract", pattern)
+
+
+def fuzz(_pattern):
+    build("fuzz")
+    for target in sorted(pathlib.Path("build/fuzz/bin").glob("fuzz-*")):
+        yield command_outcome(f"fuzz: {target.name}", "tools/fuzz", target)
+
+
+def lint(_pattern):
+    yield command_outcome("lint", "tools/lint")
+
+
+def install(_pattern):
+    build("release")
+    yield command_outcome("install: an installed prefix serves an author of a control center",
+                          "tests/install/run")
+
+
+def demo(_pattern):
+    build("release")
+    yield command_outcome("demo: every answer is right", "tools/demo/demo.py")
+
+
+ALL = [
+    Stage("debug", "every test, built by g++", debug),
+    Stage("clang", "the build by clang, warnings as errors", clang),
+    Stage("asan-ubsan", "every test under the address and undefined-behaviour sanitizers", sanitized),
+    Stage("tsan", "the platform layer's tests under the thread sanitizer", threads),
+    Stage("fuzz", "the corpora, then a short run of each fuzz target", fuzz),
+    Stage("lint", "formatting, static analysis, scripts", lint),
+    Stage("install", "the installed form and a control center built against it", install),
+    Stage("demo", "the demonstration in a session of its own", demo),
+]
+ORDINARY = {"debug"}
+
+
+def choose(names, everything):
+    """The stages to run and the pattern of test names, from the words of the command line."""
+    by_name = {stage.name: stage for stage in ALL}
+    chosen = [by_name[name] for name in names if name in by_name]
+    parts = [re.escape(name) for name in names if name not in by_name]
+    if not chosen:
+        chosen = [stage for stage in ALL if everything or stage.name in ORDINARY]
+    return chosen, "|".join(parts) or None
