@@ -14,13 +14,15 @@ endif()
 option(KIVO_WERROR "Treat compiler warnings as errors" ON)
 set(KIVO_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
 
-add_library(KivoWarnings INTERFACE)
-target_compile_options(KivoWarnings INTERFACE
+# Ours alone: nothing of it reaches who links an installed library.
+set(warnings
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
     -Wcast-qual -Wformat=2
     $<$<BOOL:${KIVO_WERROR}>:-Werror>
     # Message codes are four-character constants, whose value both compilers define alike.
     -Wno-multichar $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-four-char-constants>)
+add_library(KivoWarnings INTERFACE)
+target_compile_options(KivoWarnings INTERFACE "$<BUILD_INTERFACE:${warnings}>")
 
 if(KIVO_SANITIZE)
     add_compile_options(-fsanitize=${KIVO_SANITIZE} -fno-omit-frame-pointer
