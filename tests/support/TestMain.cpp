@@ -12,7 +12,8 @@ namespace {
 class PrivateRuntimeFolder {
   public:
     PrivateRuntimeFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kivo-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "kivo-test-XXXXXX").string();
         mPath = mkdtemp(pattern.data());
         setenv("XDG_RUNTIME_DIR", mPath.c_str(), 1);
     }

@@ -22,7 +22,8 @@ CFAbsoluteTime VirtualClock::AbsoluteNow() const {
 int VirtualClock::Wait(std::span<pollfd> descriptors, std::optional<LoopInstant> deadline) {
     const int ready = poll(descriptors.data(), descriptors.size(), 0);
     if (ready > 0) return ready;
-    if (!deadline) throw std::logic_error("the run loop waits for ever: nothing can happen any more");
+    if (!deadline)
+        throw std::logic_error("the run loop waits for ever: nothing can happen any more");
     mNow = std::max(mNow, *deadline);
     return 0;
 }

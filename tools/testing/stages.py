@@ -10,6 +10,7 @@ import typing
 from outcome import Outcome, read_junit
 
 JOBS = str(os.cpu_count() or 1)
+PRODUCT_FOLDERS = ["platform/linux", "PublicUtility", "ZYNCommon", "driver", "tools/kivoctl"]
 
 
 class StageFailure(Exception):
@@ -69,7 +70,8 @@ def debug(pattern):
 
 
 def clang(_pattern):
-    build("clang")
+    # The tests are built by clang for the sanitizers.
+    build("clang", *(f"{folder}/all" for folder in PRODUCT_FOLDERS))
     yield Outcome("clang: build without warnings", "passed")
 
 
@@ -90,7 +92,9 @@ def fuzz(_pattern):
 
 
 def lint(_pattern):
-    yield command_outcome("lint", "tools/lint")
+    checks = subprocess.run(["tools/lint", "--list"], check=True, capture_output=True, text=True)
+    for check in checks.stdout.split():
+        yield command_outcome(f"lint: {check}", "tools/lint", check)
 
 
 def install(_pattern):

@@ -1,0 +1,38 @@
+# The target `headers-alone` compiles each header by itself, so that none leans on what its includer
+# happened to include before it. Not part of `all`; tools/lint builds it.
+
+add_custom_target(headers-alone)
+
+# Adds the headers of a folder, with the include folders and libraries of `target`.
+function(kivo_check_headers target folder)
+    if(NOT TARGET ${target})
+        return()
+    endif()
+    file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.h")
+    set(sources)
+    foreach(header IN LISTS headers)
+        get_filename_component(name "${header}" NAME)
+        set(source "${PROJECT_BINARY_DIR}/headers-alone/${folder}/${name}.cpp")
+        file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"${header}\"\n")
+        list(APPEND sources "${source}")
+    endforeach()
+    if(sources)
+        string(MAKE_C_IDENTIFIER "${folder}" name)
+        add_library(headers-alone-${name} OBJECT EXCLUDE_FROM_ALL ${sources})
+        target_link_libraries(headers-alone-${name} PRIVATE ${target} KivoWarnings)
+        add_dependencies(headers-alone headers-alone-${name})
+    endif()
+endfunction()
+
+kivo_check_headers(ZYNCommon ZYNCommon)
+kivo_check_headers(PublicUtility PublicUtility)
+kivo_check_headers(KivoDriverCore driver)
+kivo_check_headers(KivoCtlCore tools/kivoctl)
+kivo_check_headers(KivoCoreFoundation platform)
+kivo_check_headers(KivoCoreFoundation platform/linux/CoreFoundation)
+kivo_check_headers(KivoCoreServices platform/linux/CoreServices)
+kivo_check_headers(KivoDesktop platform/linux/desktop)
+kivo_check_headers(KivoDesktop platform/linux/desktop/x11)
+kivo_check_headers(KivoApplicationServices platform/linux/ApplicationServices)
+kivo_check_headers(KivoWorkspace platform/linux/Workspace)
+kivo_check_headers(KivoTestSupport tests/support)
