@@ -5,7 +5,9 @@
 #include <CoreFoundation/CFBase.h>
 
 #include <atomic>
+#include <limits>
 #include <string>
+#include <utility>
 
 namespace kivo {
 
@@ -36,11 +38,29 @@ class CFObject {
     void MakeImmortal() const;
 
   protected:
+    struct Immortal {};
+
     CFObject() = default;
+    /// A constant, which needs no initialisation at start-up.
+    constexpr explicit CFObject(Immortal) : mRetainCount(kImmortalCount) {}
     virtual ~CFObject() = default;
 
   private:
+    static constexpr CFIndex kImmortalCount = std::numeric_limits<CFIndex>::max();
+
     mutable std::atomic<CFIndex> mRetainCount{1};
+};
+
+/// Holds a constant object that is never destroyed, so that it may be used until the very end of
+/// the process.
+template <typename T>
+union Forever {
+    template <typename... Arguments>
+    constexpr explicit Forever(Arguments&&... arguments)
+        : object(std::forward<Arguments>(arguments)...) {}
+    constexpr ~Forever() {}
+
+    T object;
 };
 
 /// Registers a type once, under a name that descriptions show. `name` must live for ever.
@@ -50,6 +70,9 @@ class CFObject {
 ///         return id;
 ///     }
 CFTypeID RegisterType(const char* name);
+
+/// The name that a type was registered under; "CFType" when there is no such type.
+const char* TypeName(CFTypeID id);
 
 /// The object behind a reference that is not null.
 inline const CFObject& AsObject(CFTypeRef reference) {
