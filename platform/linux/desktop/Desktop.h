@@ -60,7 +60,7 @@ class Desktop {
     virtual std::optional<Application> FrontApplication() = 0;
 
     /// Has `activated` called, from the main run loop, each time that the owner of the active
-    /// window changed to somebody. Called once.
+    /// window changed to somebody. Takes the place of the one given before; null ends it.
     virtual void ObserveActivations(std::function<void(const Application&)> activated) = 0;
 
     /// The running applications with this bundle identifier that have a window.

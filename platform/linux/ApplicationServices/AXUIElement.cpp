@@ -1,0 +1,229 @@
+#include <ApplicationServices/AXUIElement.h>
+
+#include <ApplicationServices/AXValue.h>
+#include <CoreFoundation/CFCGTypes.h>
+#include <CoreFoundation/CFRuntime.h>
+
+#include <new>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "CFRef.h"
+#include "desktop/Desktop.h"
+
+namespace kivo {
+namespace {
+
+AXError ErrorOf(desktop::Status status) {
+    switch (status) {
+        case desktop::Status::kOk:
+            return kAXErrorSuccess;
+        case desktop::Status::kWindowGone:
+            return kAXErrorInvalidUIElement;
+        case desktop::Status::kNoAnswer:
+            return kAXErrorCannotComplete;
+        case desktop::Status::kRefused:
+            break;
+    }
+    return kAXErrorFailure;
+}
+
+/// What an application's element and a window's have in common: attributes looked up by name.
+class Element : public CFObject {
+  public:
+    CFTypeID TypeID() const override { return AXUIElementGetTypeID(); }
+
+    virtual AXError CopyAttribute(CFStringRef name, CFTypeRef& value) const = 0;
+    virtual AXError SetAttribute(CFStringRef, CFTypeRef) const {
+        return kAXErrorAttributeUnsupported;
+    }
+
+  protected:
+    /// The caller's new reference to an element that `new` made.
+    static CFTypeRef Reference(const Element* element) {
+        return static_cast<const CFObject*>(element);
+    }
+};
+
+AXError HandOut(CFTypeRef made, CFTypeRef& value) {
+    if (made == nullptr) return kAXErrorFailure;
+    value = made;
+    return kAXErrorSuccess;
+}
+
+class WindowElement final : public Element {
+  public:
+    /// Makes an element under the Create rule.
+    static CFTypeRef Create(desktop::Window&& window) {
+        return Reference(new WindowElement(std::move(window)));
+    }
+
+    bool Equal(const CFObject& other) const override {
+        const auto* window = dynamic_cast<const WindowElement*>(&other);
+        return window != nullptr && window->mWindow == mWindow;
+    }
+    CFHashCode Hash() const override { return static_cast<CFHashCode>(mWindow); }
+
+    AXError CopyAttribute(CFStringRef name, CFTypeRef& value) const override;
+    AXError SetAttribute(CFStringRef name, CFTypeRef value) const override;
+
+  private:
+    explicit WindowElement(desktop::Window&& window)
+        : mWindow(window.id), mListedTitle(std::move(window.title)) {}
+
+    AXError CopyRole(CFTypeRef& value) const { return HandOut(CFRetain(kAXWindowRole), value); }
+    AXError CopyTitle(CFTypeRef& value) const;
+    AXError CopyPosition(CFTypeRef& value) const;
+    AXError CopySize(CFTypeRef& value) const;
+
+    const desktop::WindowID mWindow;
+    /// As the list brought it. An answer is never given twice, lest it be stale: the first read
+    /// empties this.
+    mutable std::optional<std::string> mListedTitle;
+};
+
+AXError WindowElement::CopyAttribute(CFStringRef name, CFTypeRef& value) const {
+    using Copy = AXError (WindowElement::*)(CFTypeRef&) const;
+    static const std::pair<CFStringRef, Copy> attributes[] = {
+        {kAXTitleAttribute, &WindowElement::CopyTitle},
+        {kAXPositionAttribute, &WindowElement::CopyPosition},
+        {kAXSizeAttribute, &WindowElement::CopySize},
+        {kAXRoleAttribute, &WindowElement::CopyRole},
+    };
+    for (const auto& [attribute, copy] : attributes) {
+        if (CFEqual(name, attribute)) return (this->*copy)(value);
+    }
+    return kAXErrorAttributeUnsupported;
+}
+
+AXError WindowElement::CopyTitle(CFTypeRef& value) const {
+    std::string title;
+    if (mListedTitle) {
+        title = *std::exchange(mListedTitle, std::nullopt);
+    } else if (const auto status = desktop::Current().Title(mWindow, title);
+               status != desktop::Status::kOk) {
+        return ErrorOf(status);
+    }
+    const auto* bytes = reinterpret_cast<const UInt8*>(title.data());
+    return HandOut(CFStringCreateWithBytes(nullptr, bytes, static_cast<CFIndex>(title.size()),
+                                           kCFStringEncodingUTF8, false),
+                   value);
+}
+
+AXError WindowElement::CopyPosition(CFTypeRef& value) const {
+    desktop::Rect frame;
+    const AXError error = ErrorOf(desktop::Current().Frame(mWindow, frame));
+    if (error != kAXErrorSuccess) return error;
+    const CGPoint point{frame.x, frame.y};
+    return HandOut(AXValueCreate(kAXValueTypeCGPoint, &point), value);
+}
+
+AXError WindowElement::CopySize(CFTypeRef& value) const {
+    desktop::Rect frame;
+    const AXError error = ErrorOf(desktop::Current().Frame(mWindow, frame));
+    if (error != kAXErrorSuccess) return error;
+    const CGSize size{frame.width, frame.height};
+    return HandOut(AXValueCreate(kAXValueTypeCGSize, &size), value);
+}
+
+AXError WindowElement::SetAttribute(CFStringRef name, CFTypeRef value) const {
+    if (!CFEqual(name, kAXMainAttribute)) return kAXErrorAttributeUnsupported;
+    // A window stops being main when another becomes it; there is no asking for less.
+    if (!CFEqual(value, kCFBooleanTrue)) return kAXErrorIllegalArgument;
+    return ErrorOf(desktop::Current().MakeMain(mWindow));
+}
+
+class ApplicationElement final : public Element {
+  public:
+    /// Makes an element under the Create rule.
+    static CFTypeRef Create(pid_t processID) {
+        return Reference(new ApplicationElement(processID));
+    }
+
+    bool Equal(const CFObject& other) const override {
+        const auto* application = dynamic_cast<const ApplicationElement*>(&other);
+        return application != nullptr && application->mProcessID == mProcessID;
+    }
+    CFHashCode Hash() const override { return static_cast<CFHashCode>(mProcessID); }
+
+    AXError CopyAttribute(CFStringRef name, CFTypeRef& value) const override {
+        if (CFEqual(name, kAXWindowsAttribute)) return CopyWindows(value);
+        if (CFEqual(name, kAXRoleAttribute)) return HandOut(CFRetain(kAXApplicationRole), value);
+        return kAXErrorAttributeUnsupported;
+    }
+
+  private:
+    explicit ApplicationElement(pid_t processID) : mProcessID(processID) {}
+
+    AXError CopyWindows(CFTypeRef& value) const;
+
+    const pid_t mProcessID;
+};
+
+AXError ApplicationElement::CopyWindows(CFTypeRef& value) const {
+    std::vector<desktop::Window> windows;
+    const AXError error = ErrorOf(desktop::Current().WindowsOf(mProcessID, windows));
+    if (error != kAXErrorSuccess) return error;
+    std::vector<CFRef<CFTypeRef>> owned;
+    std::vector<CFTypeRef> elements;
+    owned.reserve(windows.size());
+    elements.reserve(windows.size());
+    for (desktop::Window& window : windows) {
+        owned.push_back(Adopt(WindowElement::Create(std::move(window))));
+        elements.push_back(owned.back().Get());
+    }
+    return HandOut(CFArrayCreate(nullptr, elements.data(), static_cast<CFIndex>(elements.size()),
+                                 &kCFTypeArrayCallBacks),
+                   value);
+}
+
+/// Runs `answer` so that nothing it throws reaches a caller in C.
+template <typename Answer>
+AXError WithoutExceptions(Answer answer) noexcept {
+    try {
+        return answer();
+    } catch (...) {
+        return kAXErrorFailure;
+    }
+}
+
+const Element& ElementOf(AXUIElementRef element) {
+    return static_cast<const Element&>(AsObject(element));
+}
+
+}  // namespace
+}  // namespace kivo
+
+CFTypeID AXUIElementGetTypeID() {
+    static const CFTypeID id = kivo::RegisterType("AXUIElement");
+    return id;
+}
+
+AXUIElementRef AXUIElementCreateApplication(pid_t pid) {
+    try {
+        return static_cast<AXUIElementRef>(kivo::ApplicationElement::Create(pid));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute,
+                                      CFTypeRef* value) {
+    if (element == nullptr || attribute == nullptr || value == nullptr) {
+        return kAXErrorIllegalArgument;
+    }
+    return kivo::WithoutExceptions(
+        [&] { return kivo::ElementOf(element).CopyAttribute(attribute, *value); });
+}
+
+AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute,
+                                     CFTypeRef value) {
+    if (element == nullptr || attribute == nullptr || value == nullptr) {
+        return kAXErrorIllegalArgument;
+    }
+    return kivo::WithoutExceptions(
+        [&] { return kivo::ElementOf(element).SetAttribute(attribute, value); });
+}
