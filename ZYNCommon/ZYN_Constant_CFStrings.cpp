@@ -1,0 +1,3 @@
+#include "ZYNCommon/ZYN_Constant_CFStrings.h"
+
+const CFStringRef kZYNLanguageKey = CFSTR("ZYNLanguage");
