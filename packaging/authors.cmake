@@ -8,12 +8,15 @@ set(authorHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo")
 set(platformHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo-platform")
 set(packageFolder "${CMAKE_INSTALL_LIBDIR}/cmake/Kivo")
 
-# Installs the headers of a folder of the source tree, but for those that only the layer itself
-# sees: the object base class and the seams between its rooms.
+# What no public header includes and no author needs: the object base class, the seams between the
+# rooms of the layer, the helpers of the payload classes.
+set(internalHeaders "^(CFRuntime|.*Seams|DesignedRetention|FieldRun|Truncation|UnitCodec)\\.h$")
+
+# Installs the public headers of a folder of the source tree.
 function(kivo_install_headers folder destination)
     file(GLOB headers CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/${folder}"
          "${PROJECT_SOURCE_DIR}/${folder}/*.h")
-    list(FILTER headers EXCLUDE REGEX "^CFRuntime\\.h$|Seams\\.h$")
+    list(FILTER headers EXCLUDE REGEX "${internalHeaders}")
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/${folder}/")
     install(FILES ${headers} DESTINATION "${destination}")
 endfunction()

@@ -1,0 +1,52 @@
+"""The two programs of the project, as the demonstration runs them."""
+
+import json
+import pathlib
+import queue
+import signal
+import subprocess
+import threading
+
+FOLDER = pathlib.Path(__file__).resolve().parents[2] / "build" / "release" / "bin"
+DAEMON = FOLDER / "kivo-driver"
+KIVOCTL = FOLDER / "kivoctl"
+
+
+class ControlCenter:
+    """`kivoctl session`: takes questions by line and tells answers and notifications in JSON."""
+
+    def __init__(self, session):
+        self._process = session.start(KIVOCTL, "session", "--json", text=True,
+                                      stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None)
+        self._answers = queue.Queue()
+        self._notifications = queue.Queue()
+        threading.Thread(target=self._read, daemon=True).start()
+        self._answers.get(timeout=5)  # It owns its port now.
+
+    def _read(self):
+        for line in self._process.stdout:
+            told = json.loads(line)
+            (self._notifications if "code" in told else self._answers).put(told)
+
+    def ask(self, question):
+        """The answer to a question, in the words of `kivoctl session`."""
+        print(question, file=self._process.stdin, flush=True)
+        return self._answers.get(timeout=10)
+
+    def next_notification(self, seconds=3):
+        """The next thing that the daemon tells, or None if it tells nothing in that time."""
+        try:
+            return self._notifications.get(timeout=seconds)
+        except queue.Empty:
+            return None
+
+    def quit(self):
+        """Has it end; returns its exit status."""
+        self._process.stdin.close()
+        return self._process.wait(timeout=5)
+
+
+def interrupt(process, seconds=5):
+    """Sends SIGINT, as Ctrl-C does; returns the exit status."""
+    process.send_signal(signal.SIGINT)
+    return process.wait(timeout=seconds)
