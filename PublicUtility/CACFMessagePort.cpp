@@ -20,8 +20,8 @@ CACFLocalMessagePort::~CACFLocalMessagePort() {
     if (mRunLoopSource != nullptr) CFRelease(mRunLoopSource);
 }
 
-CACFRemoteMessagePort::CACFRemoteMessagePort(
-    CFStringRef name, CFMessagePortInvalidationCallBack invalidationCallback)
+CACFRemoteMessagePort::CACFRemoteMessagePort(CFStringRef name,
+                                             CFMessagePortInvalidationCallBack invalidationCallback)
     : mPort(CFMessagePortCreateRemote(nullptr, name)) {
     if (mPort == nullptr) return;
     if (invalidationCallback != nullptr) {

@@ -61,4 +61,9 @@ template <typename Ref>
     return CFRef<Ref>::Retain(object);
 }
 
+/// A string object of a valid UTF-8 text; none when it is not valid.
+[[nodiscard]] inline CFRef<CFStringRef> MakeString(const char* text) {
+    return Adopt(CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingUTF8));
+}
+
 }  // namespace kivo
