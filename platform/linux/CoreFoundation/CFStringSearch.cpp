@@ -113,14 +113,23 @@ bool IsClusterBoundary(TextView text, size_t index) {
     return isBoundary;
 }
 
+/// Whether a character always belongs to the one before it.
+bool Extends(UChar32 character) {
+    return u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) != 0 ||
+           u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER) != 0;
+}
+
+bool IsVirama(char16_t unit) {
+    constexpr uint8_t kViramaClass = 9;
+    return u_getCombiningClass(unit) == kViramaClass;
+}
+
 /// Whether what follows such a unit may belong to it without being an extending mark.
 bool MayJoinNext(char16_t unit) {
     constexpr char16_t kGraphemeJoiner = 0x034F;
     constexpr char16_t kZeroWidthJoiner = 0x200D;
-    constexpr uint8_t kViramaClass = 9;
     const bool isJamo = unit >= 0x1100 && unit <= 0x11FF;
-    return isJamo || unit == kGraphemeJoiner || unit == kZeroWidthJoiner ||
-           u_getCombiningClass(unit) == kViramaClass;
+    return isJamo || unit == kGraphemeJoiner || unit == kZeroWidthJoiner || IsVirama(unit);
 }
 
 /// A search for what is equivalent to a text, in a part that is folded character by character.
@@ -214,9 +223,12 @@ bool EquivalentSearch::MayEndAt(size_t unitIndex) const {
     if (unitIndex == units.size()) return true;
     UChar32 next;
     U16_GET(units.data(), 0, unitIndex, units.size(), next);
-    if (u_hasBinaryProperty(next, UCHAR_GRAPHEME_EXTEND) != 0) return false;
-    return !MayJoinNext(units[unitIndex - 1]) ||
-           IsClusterBoundary(mPart.string->Units(), mPart.location + unitIndex);
+    if (Extends(next)) return false;
+    const char16_t last = units[unitIndex - 1];
+    if (!MayJoinNext(last)) return true;
+    // A letter after a virama is part of its conjunct, which not every version of ICU joins.
+    if (IsVirama(last) && u_isalpha(next) != 0) return false;
+    return IsClusterBoundary(mPart.string->Units(), mPart.location + unitIndex);
 }
 
 std::optional<Match> Find(const Part& part, CFStringRef wanted, CFStringCompareFlags options) {
