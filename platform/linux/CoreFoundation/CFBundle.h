@@ -19,8 +19,8 @@ CFTypeID CFBundleGetTypeID(void);
 /// The bundle that the executable belongs to; lent, always the same and never null. An executable
 /// outside of any bundle has its own directory for one.
 CFBundleRef CFBundleGetMainBundle(void);
-/// The bundle in a directory, one object for each directory as long as it lives. Create rule; null
-/// when there is no such directory.
+/// The bundle in a directory; the main bundle for its own. Create rule; null when there is no such
+/// directory.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef bundleURL);
 
 /// The Info dictionary, lent; empty when the bundle has none.
