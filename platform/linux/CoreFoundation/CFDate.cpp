@@ -1,5 +1,6 @@
 #include <CoreFoundation/CFDate.h>
 #include <CoreFoundation/CFRuntime.h>
+#include <CoreFoundation/RunLoopSeams.h>
 
 #include <cmath>
 #include <ctime>
@@ -46,4 +47,8 @@ CFDateRef CFDateCreate(CFAllocatorRef, CFAbsoluteTime at) {
 
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef theDate) {
     return theDate->Time();
+}
+
+CFAbsoluteTime CFAbsoluteTimeGetCurrent() {
+    return kivo::LoopClock::Current().AbsoluteNow();
 }
