@@ -1,11 +1,14 @@
 #include "desktop/Desktop.h"
 
 #include "desktop/AbsentDesktop.h"
+#include "desktop/x11/X11Desktop.h"
 
 namespace kivo::desktop {
 namespace {
 
+/// Each kind of desktop is tried in turn.
 std::unique_ptr<Desktop> FindSessionDesktop() {
+    if (auto desktop = x11::X11Desktop::Open()) return desktop;
     return std::make_unique<AbsentDesktop>();
 }
 

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -19,6 +20,11 @@
 namespace kivo::desktop {
 
 using WindowID = std::uint64_t;
+
+/// How long a question may take that another process has to answer.
+constexpr std::chrono::milliseconds kAnswerTimeout{500};
+/// How long a window may take to become the active one.
+constexpr std::chrono::milliseconds kActivationTimeout{100};
 
 struct Point {
     double x = 0;

@@ -54,9 +54,8 @@ DesktopFiles::DesktopFiles(std::vector<fs::path> folders)
 
 std::vector<fs::path> DesktopFiles::StandardFolders() {
     const std::string home = Variable("HOME", "");
-    std::string places =
-        Variable("XDG_DATA_HOME", home.empty() ? "" : home + "/.local/share") + ":" +
-        Variable("XDG_DATA_DIRS", "/usr/local/share/:/usr/share/") + ":";
+    std::string places = Variable("XDG_DATA_HOME", home.empty() ? "" : home + "/.local/share") +
+                         ":" + Variable("XDG_DATA_DIRS", "/usr/local/share/:/usr/share/") + ":";
     std::vector<fs::path> folders;
     for (std::size_t end = 0; (end = places.find(':')) != std::string::npos;
          places.erase(0, end + 1)) {
