@@ -1,0 +1,80 @@
+#include "tests/desktop/X11DesktopTest.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace kivo::test {
+
+namespace fs = std::filesystem;
+
+X11DesktopTest::X11DesktopTest() {
+    std::string pattern = (fs::temp_directory_path() / "kivo-x11-XXXXXX").string();
+    mDataHome = mkdtemp(pattern.data());
+}
+
+X11DesktopTest::~X11DesktopTest() {
+    std::error_code ignored;
+    fs::remove_all(mDataHome, ignored);
+}
+
+void X11DesktopTest::StartSession(const std::string& manager,
+                                  const std::vector<std::string>& options) {
+    for (const std::string& program : {std::string("Xvfb"), manager}) {
+        if (!program.empty() && !IsInstalled(program)) {
+            GTEST_SKIP() << program << " is not installed";
+        }
+    }
+    mServer.emplace(options);
+    if (!manager.empty()) mManager.emplace(manager);
+    mClient.emplace();
+    // The desktop looks for its folders once; managers and toolkits need the machine's own.
+    setenv("XDG_DATA_HOME", mDataHome.c_str(), 1);
+    setenv("XDG_DATA_DIRS", "/nowhere", 1);
+    mDesktop = X11Desktop::Open();
+    unsetenv("XDG_DATA_HOME");
+    unsetenv("XDG_DATA_DIRS");
+    ASSERT_NE(mDesktop, nullptr);
+}
+
+TestApplication X11DesktopTest::Start(const std::vector<TestWindow>& windows) {
+    TestApplication application(windows);
+    for (std::size_t i = 0; i < application.Count(); ++i) {
+        EXPECT_TRUE(Await([&] { return IsManaged(*mClient, application.Window(i)); }))
+            << "the window manager does not take window " << i << " on";
+    }
+    return application;
+}
+
+std::vector<Window> X11DesktopTest::ListOf(pid_t processID) {
+    std::vector<Window> windows;
+    EXPECT_EQ(mDesktop->WindowsOf(processID, windows), Status::kOk);
+    return windows;
+}
+
+std::vector<std::string> X11DesktopTest::TitlesOf(pid_t processID) {
+    std::vector<std::string> titles;
+    for (const Window& window : ListOf(processID)) {
+        titles.push_back(window.title.value_or("(not read)"));
+    }
+    return titles;
+}
+
+Rect X11DesktopTest::FrameOf(xcb_window_t window) {
+    Rect frame;
+    EXPECT_EQ(mDesktop->Frame(window, frame), Status::kOk);
+    return frame;
+}
+
+pid_t X11DesktopTest::FrontProcess() {
+    const auto front = mDesktop->FrontApplication();
+    return front ? front->processID : 0;
+}
+
+void X11DesktopTest::WriteDesktopFile(const std::string& id, const std::string& keys) {
+    fs::create_directories(mDataHome / "applications");
+    std::ofstream(mDataHome / "applications" / (id + ".desktop"))
+        << "[Desktop Entry]\nType=Application\n"
+        << keys;
+}
+
+}  // namespace kivo::test
