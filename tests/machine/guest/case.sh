@@ -1,0 +1,11 @@
+# shellcheck shell=bash
+# Runs a case with the functions that all cases share. A command that fails ends the case, and the
+# place is told.
+set -Eeuo pipefail
+trap 'echo "FAILED: ${BASH_SOURCE[0]##*/}:$LINENO: $BASH_COMMAND"' ERR
+for library in "$KIVO_GUEST"/lib/*.sh; do
+    # shellcheck source=/dev/null
+    . "$library"
+done
+# shellcheck source=/dev/null
+. "$KIVO_CASE"

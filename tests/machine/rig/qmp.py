@@ -1,0 +1,39 @@
+"""QEMU's machine protocol: commands to the emulator while a guest runs."""
+
+import json
+import socket
+
+
+class CommandFailed(Exception):
+    """QEMU refused a command; the text is its own."""
+
+
+class Monitor:
+    """A connection to a running emulator. Calls wait for the answer; events are passed over."""
+
+    def __init__(self, path, timeout_seconds):
+        self._socket = socket.socket(socket.AF_UNIX)
+        self._socket.settimeout(timeout_seconds)
+        self._socket.connect(str(path))
+        self._lines = self._socket.makefile("rw", encoding="utf-8")
+        self._lines.readline()  # the greeting
+        self.execute("qmp_capabilities")
+
+    def execute(self, command, arguments=None):
+        """Runs a command and returns what it answers; raises CommandFailed."""
+        request = {"execute": command, "arguments": arguments or {}}
+        self._lines.write(json.dumps(request) + "\n")
+        self._lines.flush()
+        while True:
+            line = self._lines.readline()
+            if not line:
+                raise CommandFailed("the emulator has ended")
+            answer = json.loads(line)
+            if "error" in answer:
+                raise CommandFailed(answer["error"]["desc"])
+            if "return" in answer:
+                return answer["return"]
+
+    def close(self):
+        self._lines.close()
+        self._socket.close()
