@@ -13,7 +13,7 @@ class SignalledSource final : public RunLoopSource {
   public:
     SignalledSource(CFIndex order, const CFRunLoopSourceContext& context)
         : RunLoopSource(order), mContext(context) {
-        if (mContext.info != nullptr && mContext.retain != nullptr) {
+        if (mContext.retain != nullptr) {
             mContext.info = const_cast<void*>(mContext.retain(mContext.info));
         }
     }
@@ -47,9 +47,7 @@ class SignalledSource final : public RunLoopSource {
 
   private:
     void WasInvalidated() override {
-        if (mContext.info != nullptr && mContext.release != nullptr) {
-            mContext.release(mContext.info);
-        }
+        if (mContext.release != nullptr) mContext.release(mContext.info);
     }
 
     CFRunLoopSourceContext mContext;

@@ -43,7 +43,7 @@ RunLoopTimer::RunLoopTimer(CFAbsoluteTime fireDate, CFTimeInterval interval, CFI
       mOrder(order),
       mCallout(callout) {
     if (context != nullptr) mContext = *context;
-    if (mContext.info != nullptr && mContext.retain != nullptr) {
+    if (mContext.retain != nullptr) {
         mContext.info = const_cast<void*>(mContext.retain(mContext.info));
     }
     const std::lock_guard lock(RunLoopLock());
@@ -64,7 +64,7 @@ void RunLoopTimer::WasInvalidated() {
         const std::lock_guard lock(RunLoopLock());
         std::swap(info, mContext.info);
     }
-    if (info != nullptr && mContext.release != nullptr) mContext.release(info);
+    if (mContext.release != nullptr) mContext.release(info);
 }
 
 void RunLoopTimer::GetContext(CFRunLoopTimerContext* context) const {
@@ -103,11 +103,9 @@ std::optional<LoopInstant> RunLoopTimer::NextFire() const {
 void RunLoopTimer::FireIfDue(LoopInstant now) {
     if (!BeginFire(now)) return;
     void* info = mContext.info;
-    if (info != nullptr && mContext.retain != nullptr) {
-        info = const_cast<void*>(mContext.retain(info));
-    }
+    if (mContext.retain != nullptr) info = const_cast<void*>(mContext.retain(info));
     if (mCallout != nullptr) mCallout(reinterpret_cast<CFRunLoopTimerRef>(this), info);
-    if (info != nullptr && mContext.release != nullptr) mContext.release(info);
+    if (mContext.release != nullptr) mContext.release(info);
     EndFire();
     if (!Repeats()) Invalidate();
 }
