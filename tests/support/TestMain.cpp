@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/PeerProcess.h"
+
 namespace {
 
 /// A run-time folder of the test's own, so that no test meets a port of the session or of another
@@ -31,6 +33,8 @@ class PrivateRuntimeFolder {
 }  // namespace
 
 int main(int argc, char** argv) {
+    int exitStatus = 0;
+    if (kivo::test::PlayPeerRole(exitStatus)) return exitStatus;
     const PrivateRuntimeFolder folder;
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -33,10 +34,11 @@ bool StandsForItself(char c) {
            c == '-' || c == '.';
 }
 
-template <typename... Arguments>
-std::string Format(const char* format, Arguments... arguments) {
-    char text[64];
-    std::snprintf(text, sizeof text, format, arguments...);
+/// A number in hexadecimal, with leading zeros.
+std::string Hex(uint64_t value, size_t digits, const char* alphabet) {
+    std::string text(digits, '0');
+    for (size_t i = digits; i-- > 0; value >>= 4)
+        text[i] = alphabet[value & 15];
     return text;
 }
 
@@ -50,13 +52,13 @@ std::string FolderPath() {
     if (runtime != nullptr && runtime[0] == '/') {
         return std::string(runtime) + "/kivo-message-ports";
     }
-    const auto user = static_cast<unsigned long>(geteuid());
-    const std::string perUser = Format("/run/user/%lu", user);
+    const std::string user = std::to_string(geteuid());
+    const std::string perUser = "/run/user/" + user;
     struct stat status {};
     if (lstat(perUser.c_str(), &status) == 0 && IsPrivateFolder(status)) {
         return perUser + "/kivo-message-ports";
     }
-    return Format("/tmp/kivo-message-ports-%lu", user);
+    return "/tmp/kivo-message-ports-" + user;
 }
 
 void ReportUnusableFolder(const std::string& path) {
@@ -98,12 +100,11 @@ std::string PortFileStem(std::string_view name) {
         if (StandsForItself(c) && !(c == '.' && stem.empty())) {
             stem += c;
         } else {
-            stem += Format("%%%02X", static_cast<unsigned>(static_cast<uint8_t>(c)));
+            stem += "%" + Hex(static_cast<uint8_t>(c), 2, "0123456789ABCDEF");
         }
     }
     if (stem.size() <= kLongestStem) return stem;
-    return stem.substr(0, kKeptOfLongStem) +
-           Format("~%016llx", static_cast<unsigned long long>(Fnv1a(name)));
+    return stem.substr(0, kKeptOfLongStem) + "~" + Hex(Fnv1a(name), 16, "0123456789abcdef");
 }
 
 std::optional<PortFolder> PortFolder::Open(bool mayMake) {
@@ -121,7 +122,7 @@ std::optional<PortFolder> PortFolder::Open(bool mayMake) {
 std::string PortFolder::SocketPath(const std::string& file) const {
     const std::string path = mPath + "/" + file;
     if (path.size() < sizeof(sockaddr_un::sun_path)) return path;
-    return Format("/proc/self/fd/%d/", mDescriptor.Get()) + file;
+    return "/proc/self/fd/" + std::to_string(mDescriptor.Get()) + "/" + file;
 }
 
 std::optional<OwnedPortName> OwnedPortName::Take(std::string_view name) {

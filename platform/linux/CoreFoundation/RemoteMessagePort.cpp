@@ -39,6 +39,23 @@ std::optional<LoopInstant> ReplyDeadline(CFTimeInterval timeout) {
     return LoopClock::Current().Now() + InstantFromSeconds(timeout);
 }
 
+/// Blocks until the frame is sent or time is up.
+OutgoingFrame::Progress SendInTime(OutgoingFrame& frame, int socket, CFTimeInterval timeout) {
+    auto progress = frame.Send(socket);
+    if (progress != OutgoingFrame::Progress::kBlocked) return progress;
+    const auto deadline = SendDeadline(timeout);
+    LoopClock& clock = LoopClock::Current();
+    pollfd polled{socket, POLLOUT, 0};
+    bool isInTime = true;
+    while (progress == OutgoingFrame::Progress::kBlocked && isInTime) {
+        clock.Wait({&polled, 1}, deadline);
+        // Tried once more when time is up: less may be free than makes the socket ready.
+        isInTime = !deadline || clock.Now() < *deadline;
+        progress = frame.Send(socket);
+    }
+    return progress;
+}
+
 /// A data object of a reply, which the caller keeps for as long as he likes: it holds no more
 /// memory than it needs.
 CFRef<CFDataRef> ReplyData(Frame& frame) {
@@ -214,21 +231,8 @@ SInt32 RemoteMessagePort::Send(const FrameHeader& header, std::span<const uint8_
     const std::lock_guard lock(mSendLock);
     const auto link = CurrentLink();
     if (!link) return kCFMessagePortTransportError;
-    const int socket = link.Get()->Descriptor();
     OutgoingFrame frame(header, payload);
-    auto progress = frame.Send(socket);
-    if (progress == OutgoingFrame::Progress::kBlocked) {
-        const auto deadline = SendDeadline(timeout);
-        pollfd polled{socket, POLLOUT, 0};
-        bool isInTime = true;
-        while (progress == OutgoingFrame::Progress::kBlocked && isInTime) {
-            LoopClock& clock = LoopClock::Current();
-            clock.Wait({&polled, 1}, deadline);
-            // Tried once more when time is up: less may be free than makes the socket ready.
-            isInTime = !deadline || clock.Now() < *deadline;
-            progress = frame.Send(socket);
-        }
-    }
+    const auto progress = SendInTime(frame, link.Get()->Descriptor(), timeout);
     if (progress == OutgoingFrame::Progress::kDone) return kCFMessagePortSuccess;
     if (progress == OutgoingFrame::Progress::kBroken) return kCFMessagePortTransportError;
     if (frame.IsBegun()) ReplaceHalfSent();
@@ -269,14 +273,16 @@ void RemoteMessagePort::AwaitReply(Wait& wait, CFTimeInterval timeout, CFStringR
     LoopClock& clock = LoopClock::Current();
     const RunLimits limits{ReplyDeadline(timeout), true, &wait.isOver};
     bool isInTime = true;
-    while (!wait.isOver && isInTime) {
-        // A mode that cannot be run brings no reply, but time has to pass all the same.
-        if (wait.loop.Run(mode, limits) == kCFRunLoopRunFinished) clock.Wait({}, limits.deadline);
+    bool isRunnable = true;
+    while (!wait.isOver && isInTime && isRunnable) {
+        isRunnable = wait.loop.Run(mode, limits) != kCFRunLoopRunFinished;
         isInTime = wait.isOver || !limits.deadline || clock.Now() < *limits.deadline;
     }
     if (isAdded) wait.loop.Remove(*link.Get(), mode);
+    // A mode that cannot be run brings no reply, but the time passes all the same.
+    if (!isRunnable && !wait.isOver) clock.Wait({}, limits.deadline);
     // A reply that came while something else was served counts.
-    if (!wait.isOver) link.Get()->Perform();
+    if (isRunnable && !wait.isOver) link.Get()->Perform();
     if (!wait.isOver) IsValid();
 }
 

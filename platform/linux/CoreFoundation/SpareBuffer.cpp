@@ -1,6 +1,6 @@
 #include <CFRef.h>
-#include <CoreFoundation/CFRunLoop.h>
 #include <CoreFoundation/MessageFrame.h>
+#include <CoreFoundation/RunLoopSeams.h>
 #include <malloc.h>
 
 #include <mutex>
@@ -27,7 +27,7 @@ void Forget(CFRunLoopTimerRef, void*) {
 /// Moves the end of the spare buffer's time on, by a timer in the calling thread's loop.
 void Prolong() {
     thread_local CFRef<CFRunLoopTimerRef> timer;
-    const CFAbsoluteTime end = CFAbsoluteTimeGetCurrent() + kKeptSeconds;
+    const CFAbsoluteTime end = LoopClock::Current().AbsoluteNow() + kKeptSeconds;
     if (timer && CFRunLoopTimerIsValid(timer.Get())) {
         CFRunLoopTimerSetNextFireDate(timer.Get(), end);
         return;
