@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "ZYNCommon/UnitCodec.h"
-
 SMessageSpec::~SMessageSpec() = default;
 
 unsigned int SMessageSpec::SerialBufferSize() {
@@ -22,12 +20,6 @@ unsigned int SMessageSpec::SerializeStringField(char* text, unsigned char* dst) 
     return static_cast<unsigned int>(sizeWithTerminator);
 }
 
-unsigned int SMessageSpec::SerializeStringField(unsigned short* chars, unsigned int count,
-                                                unsigned char* dst) {
-    kivo::StoreUnits(chars, count, dst);
-    return 2 * count;
-}
-
 unsigned int SMessageSpec::DeserializeStringField(const unsigned char* src, std::string& text) {
     text.assign(reinterpret_cast<const char*>(src));
     return static_cast<unsigned int>(text.length() + 1);
@@ -37,10 +29,4 @@ unsigned int SMessageSpec::DeserializeStringField(const unsigned char* src, char
     const std::size_t sizeWithTerminator = std::strlen(reinterpret_cast<const char*>(src)) + 1;
     std::memcpy(text, src, sizeWithTerminator);
     return static_cast<unsigned int>(sizeWithTerminator);
-}
-
-unsigned int SMessageSpec::DeserializeStringField(const unsigned char* src, unsigned short* chars,
-                                                  unsigned int count) {
-    kivo::LoadUnits(src, chars, count);
-    return 2 * count;
 }

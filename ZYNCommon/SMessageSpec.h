@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "ZYNCommon/LittleEndian.h"
+
 /// A payload that writes itself into a buffer of its own and reads itself from received bytes.
 ///
 /// The message code travels beside the payload, which carries no code, tag, version or length. Its
@@ -28,15 +30,12 @@ struct SMessageSpec {
     // The field codec. Each helper returns the number of bytes that it wrote or consumed.
 
     unsigned int SerializeField(unsigned int value, unsigned char* dst) {
-        for (int i = 0; i < 4; ++i) {
-            dst[i] = static_cast<unsigned char>(value >> 8 * i);
-        }
+        kivo::StoreNumber(value, dst);
         return 4;
     }
 
     unsigned int DeserializeField(const unsigned char* src, unsigned int* value) {
-        *value = src[0] | static_cast<unsigned int>(src[1]) << 8 |
-                 static_cast<unsigned int>(src[2]) << 16 | static_cast<unsigned int>(src[3]) << 24;
+        *value = kivo::LoadNumber(src);
         return 4;
     }
 
@@ -46,7 +45,10 @@ struct SMessageSpec {
     unsigned int SerializeStringField(char* text, unsigned char* dst);
     /// `count` UTF-16 units, neither their count nor a terminator.
     unsigned int SerializeStringField(unsigned short* chars, unsigned int count,
-                                      unsigned char* dst);
+                                      unsigned char* dst) {
+        kivo::StoreUnits(chars, count, dst);
+        return 2 * count;
+    }
 
     /// The bytes up to the first 0.
     unsigned int DeserializeStringField(const unsigned char* src, std::string& text);
@@ -54,7 +56,10 @@ struct SMessageSpec {
     unsigned int DeserializeStringField(const unsigned char* src, char* text);
     /// `count` UTF-16 units; no terminator is appended.
     unsigned int DeserializeStringField(const unsigned char* src, unsigned short* chars,
-                                        unsigned int count);
+                                        unsigned int count) {
+        kivo::LoadUnits(src, chars, count);
+        return 2 * count;
+    }
 
     /// Length of the serialised payload, set by each concrete spec; unused by the specs that
     /// override SerialBufferSize.

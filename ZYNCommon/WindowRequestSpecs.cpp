@@ -1,13 +1,20 @@
 #include "ZYNCommon/WindowRequestSpecs.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
+#include "ZYNCommon/LittleEndian.h"
 #include "ZYNCommon/Truncation.h"
 
 namespace {
+
+/// What a record takes on the wire at most, with both keys and both texts filled.
+constexpr std::size_t kLargestRecord = 24 + kTargetWindowKeySize +
+                                       2 * kTargetWindowTextUnits +  // up to its flag
+                                       4 + kTargetWindowKeySize + 2 * kTargetWindowTextUnits;
 
 /// The body that both classes use as their SerialBufferSize.
 template <typename Spec>
@@ -48,6 +55,71 @@ unsigned int ToField(double value) {
 
 double FromField(unsigned int field) {
     return static_cast<double>(static_cast<float>(field));
+}
+
+// Writing a record is mostly a matter of two dozen bytes here and there, where calls to strlen and
+// memcpy cost more than what they do. The next two copy whole words and blocks instead and so touch
+// up to 15 bytes more on both sides than the field has: in the record more room always follows, and
+// on the wire the 20 bytes of the numbers do. They count on the low byte coming first.
+
+/// Copies a key with its terminating 0 and returns its size with that.
+unsigned int CopyKeyByWords(const char (&key)[kTargetWindowKeySize], unsigned char* dst) {
+    constexpr std::uint64_t kLowBits = 0x0101010101010101;
+    std::uint64_t word;
+    for (unsigned int size = 0;; size += sizeof word) {
+        std::memcpy(&word, key + size, sizeof word);
+        std::memcpy(dst + size, &word, sizeof word);
+        // The lowest bit set is the high bit of the first byte that is 0.
+        const std::uint64_t zeros = (word - kLowBits) & ~word & (kLowBits << 7);
+        if (zeros != 0) return size + static_cast<unsigned int>(std::countr_zero(zeros)) / 8 + 1;
+    }
+}
+
+/// Copies units and returns their size in bytes.
+unsigned int CopyTextByBlocks(const unsigned short* units, unsigned int count, unsigned char* dst) {
+    constexpr unsigned int kBlock = 8;
+    for (unsigned int i = 0; i < count; i += kBlock) {
+        std::memcpy(dst + 2 * std::size_t{i}, units + i, 2 * kBlock);
+    }
+    return 2 * count;
+}
+
+[[gnu::always_inline]] inline unsigned char* WriteTitle(STargetWindowRequestSpec& spec,
+                                                        ZYN_Driver_TargetWindowInfo& info,
+                                                        unsigned char* dst) {
+    const auto length = static_cast<unsigned int>(info.titleLength);
+    if constexpr (kivo::kHostIsLittleEndian) {
+        dst += CopyKeyByWords(info.titleKey, dst);
+        dst += spec.SerializeField(length, dst);
+        dst += CopyTextByBlocks(info.titleChars, length, dst);
+    } else {
+        dst += spec.SerializeStringField(info.titleKey, dst);
+        dst += spec.SerializeField(length, dst);
+        dst += spec.SerializeStringField(info.titleChars, length, dst);
+    }
+    return dst;
+}
+
+unsigned char* WriteAlternate(STargetWindowRequestSpec& spec, ZYN_Driver_TargetWindowInfo& info,
+                              unsigned char* dst) {
+    const auto length = static_cast<unsigned int>(info.altTitleLength);
+    dst += spec.SerializeStringField(info.altTitle, dst);
+    dst += spec.SerializeField(length, dst);
+    dst += spec.SerializeStringField(info.altTitleChars, length, dst);
+    return dst;
+}
+
+/// Writes a record and returns its end. Inlined into the loop over them, which gains a tenth.
+[[gnu::always_inline]] inline unsigned char* WriteRecord(STargetWindowRequestSpec& spec,
+                                                         ZYN_Driver_TargetWindowInfo& info,
+                                                         unsigned char* dst) {
+    dst = WriteTitle(spec, info, dst);
+    dst += spec.SerializeField(ToField(info.auxValue1), dst);
+    dst += spec.SerializeField(ToField(info.auxValue2), dst);
+    dst += spec.SerializeField(info.auxByte, dst);
+    dst += spec.SerializeField(info.auxFlag, dst);
+    dst += spec.SerializeField(info.hasAltTitle, dst);
+    return info.hasAltTitle ? WriteAlternate(spec, info, dst) : dst;
 }
 
 }  // namespace
@@ -94,11 +166,13 @@ STargetWindowRequestSpec::STargetWindowRequestSpec(ZYN_Driver_TargetWindowInfo* 
 }
 
 unsigned char* STargetWindowRequestSpec::Serialize() {
-    mBufferRoom = GrowBuffer(serialBuffer, mBufferRoom, CalcWrittenSize());
+    if (mBufferRoom < 4 + std::size_t{recordCount} * kLargestRecord) {
+        mBufferRoom = GrowBuffer(serialBuffer, mBufferRoom, CalcWrittenSize());
+    }
     unsigned char* dst = serialBuffer.get();
     dst += SerializeField(recordCount, dst);
     for (unsigned int i = 0; i < recordCount; ++i) {
-        dst += SerializeTargetInfoField(&records[i], dst);
+        dst = WriteRecord(*this, records[i], dst);
     }
     return serialBuffer.get();
 }
@@ -150,23 +224,7 @@ std::size_t STargetWindowRequestSpec::CalcWrittenSize() {
 
 unsigned int STargetWindowRequestSpec::SerializeTargetInfoField(ZYN_Driver_TargetWindowInfo* info,
                                                                 unsigned char* dst) {
-    unsigned char* const start = dst;
-    const auto titleLength = static_cast<unsigned int>(info->titleLength);
-    dst += SerializeStringField(info->titleKey, dst);
-    dst += SerializeField(titleLength, dst);
-    dst += SerializeStringField(info->titleChars, titleLength, dst);
-    dst += SerializeField(ToField(info->auxValue1), dst);
-    dst += SerializeField(ToField(info->auxValue2), dst);
-    dst += SerializeField(info->auxByte, dst);
-    dst += SerializeField(info->auxFlag, dst);
-    dst += SerializeField(info->hasAltTitle, dst);
-    if (info->hasAltTitle) {
-        const auto altTitleLength = static_cast<unsigned int>(info->altTitleLength);
-        dst += SerializeStringField(info->altTitle, dst);
-        dst += SerializeField(altTitleLength, dst);
-        dst += SerializeStringField(info->altTitleChars, altTitleLength, dst);
-    }
-    return static_cast<unsigned int>(dst - start);
+    return static_cast<unsigned int>(WriteRecord(*this, *info, dst) - dst);
 }
 
 unsigned int STargetWindowRequestSpec::DeserializeTargetInfoField(

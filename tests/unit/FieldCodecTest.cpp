@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ZYNCommon/UnitCodec.h"
+#include "ZYNCommon/LittleEndian.h"
 #include "ZYNCommon/ZYN_RemoteMessaging.h"
 
 namespace {
@@ -86,6 +86,17 @@ TEST_F(FieldCodec, NoUnitsAreNothing) {
     EXPECT_EQ(mCodec.DeserializeStringField(mBuffer, &unit, 0), 0u);
     EXPECT_EQ(unit, 0x5555);
     EXPECT_EQ(mCodec.SerializeStringField(static_cast<unsigned short*>(nullptr), 0, mBuffer), 0u);
+}
+
+TEST_F(FieldCodec, ByteWiseNumbersEqualTheBulkCopy) {
+    for (const unsigned int number : {0u, 0x12345678u, 0x80FF01FEu, 0xFFFFFFFFu}) {
+        unsigned char byByte[4], inBulk[4];
+        kivo::StoreNumberByByte(number, byByte);
+        kivo::StoreNumber(number, inBulk);
+        EXPECT_EQ(Bytes(byByte, byByte + 4), Bytes(inBulk, inBulk + 4));
+        EXPECT_EQ(kivo::LoadNumberByByte(inBulk), number);
+        EXPECT_EQ(kivo::LoadNumber(byByte), number);
+    }
 }
 
 TEST_F(FieldCodec, ByteWiseUnitsEqualTheBulkCopy) {

@@ -105,6 +105,22 @@ TEST(TargetWindowRequestSpec, SizeIgnoresTheAlternatePartWithoutTheFlag) {
     EXPECT_EQ(spec.CalcInfoFieldSize(&record), 24u + 2);
 }
 
+TEST(TargetWindowRequestSpec, KeysAndTextsOfEveryLengthAreWrittenToTheByte) {
+    for (std::size_t length = 0; length <= 255; ++length) {
+        TargetRecord record =
+            MakeRecord(std::string(length, '\x01'), std::u16string(length, u'\u0100'));
+        std::memset(record.titleKey + length + 1, 'x', 255 - length);
+        STargetWindowRequestSpec spec(&record, 1);
+        Bytes expected = {1, 0, 0, 0};
+        expected.insert(expected.end(), length, 1);
+        expected.insert(expected.end(), {0, static_cast<unsigned char>(length), 0, 0, 0});
+        for (std::size_t i = 0; i < length; ++i)
+            expected.insert(expected.end(), {0, 1});
+        expected.insert(expected.end(), 20, 0);
+        ASSERT_EQ(Sent(spec), expected) << length;
+    }
+}
+
 TEST(TargetWindowRequestSpec, DoesNotReferToTheCallersArrayLater) {
     std::vector<TargetRecord> records = {MakeRecord("one"), MakeRecord("two")};
     STargetWindowRequestSpec spec(records.data(), 2);
