@@ -10,7 +10,7 @@ set(packageFolder "${CMAKE_INSTALL_LIBDIR}/cmake/Kivo")
 
 # What no public header includes and no author needs: the object base class, the seams between the
 # rooms of the layer, the helpers of the payload classes.
-set(internalHeaders "^(CFRuntime|.*Seams|DesignedRetention|FieldRun|Truncation|UnitCodec)\\.h$")
+set(internalHeaders "^(CFRuntime|.*Seams|DesignedRetention|FieldRun|Truncation)\\.h$")
 
 # Installs the public headers of a folder of the source tree.
 function(kivo_install_headers folder destination)
