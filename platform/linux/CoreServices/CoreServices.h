@@ -22,13 +22,7 @@ enum { kOnSystemDisk = -32768L };
 enum { kApplicationSupportFolderType = 0x61737570 /* 'asup' */ };
 enum { kTextEncodingUnicodeDefault = 0x0100 };
 
-enum {
-    nsvErr = -35,
-    bdNamErr = -37,
-    fnfErr = -43,
-    paramErr = -50,
-    dirNFErr = -120
-};
+enum { nsvErr = -35, bdNamErr = -37, fnfErr = -43, paramErr = -50, dirNFErr = -120 };
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,0 +1,229 @@
+// The Foundation's log and the body of syslog on Linux: where a line goes, and what it looks like.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "platform/CFRef.h"
+#include "platform/Workspace.h"
+#include "platform/linux/Workspace/LogLine.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+std::string ProcessName() {
+    return program_invocation_short_name;
+}
+
+/// Puts a pipe in the place of standard error.
+class ErrorPipe {
+  public:
+    ErrorPipe() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC), 0);
+        mReadEnd = ends[0];
+        mSaved = dup(STDERR_FILENO);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[1]);
+    }
+    ~ErrorPipe() {
+        dup2(mSaved, STDERR_FILENO);
+        close(mSaved);
+        close(mReadEnd);
+    }
+    ErrorPipe(const ErrorPipe&) = delete;
+    ErrorPipe& operator=(const ErrorPipe&) = delete;
+
+    /// All that was written so far.
+    std::string Read() {
+        std::string text;
+        std::array<char, 4096> part;
+        ssize_t count;
+        while ((count = read(mReadEnd, part.data(), part.size())) > 0)
+            text.append(part.data(), static_cast<size_t>(count));
+        return text;
+    }
+
+  private:
+    int mReadEnd = -1;
+    int mSaved = -1;
+};
+
+/// A socket that stands for the system log's.
+class FakeSystemLog {
+  public:
+    FakeSystemLog()
+        : mPath(std::string(std::getenv("XDG_RUNTIME_DIR")) + "/log"),
+          mSocket(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        mPath.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(bind(mSocket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        kivo::UseSystemLogSocket(mPath);
+    }
+    ~FakeSystemLog() {
+        close(mSocket);
+        std::filesystem::remove(mPath);
+    }
+    FakeSystemLog(const FakeSystemLog&) = delete;
+    FakeSystemLog& operator=(const FakeSystemLog&) = delete;
+
+    std::string Receive() {
+        std::array<char, 4096> message;
+        const ssize_t count = recv(mSocket, message.data(), message.size(), 0);
+        return count < 0 ? "" : std::string(message.data(), static_cast<size_t>(count));
+    }
+
+  private:
+    std::string mPath;
+    int mSocket;
+};
+
+class Log : public testing::Test {
+  protected:
+    void SetUp() override {
+        unsetenv("KIVO_LOG");
+        unsetenv("JOURNAL_STREAM");
+    }
+};
+
+using NSLogTest = Log;
+using SyslogTest = Log;
+
+TEST_F(NSLogTest, WritesOneLineWithDateAndProcess) {
+    ErrorPipe pipe;
+    NSLog(CFSTR("answer %d, %@"), 42, CFSTR("text"));
+    EXPECT_THAT(pipe.Read(),
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} " +
+                             ProcessName() + "\\[[0-9]+:[0-9]+\\] answer 42, text\n"));
+}
+
+TEST_F(NSLogTest, ATextThatEndsTheLineGetsNoSecondEnd) {
+    ErrorPipe pipe;
+    NSLog(CFSTR("CZYN_UserSpaceDriver () version %@\n"), nullptr);
+    const std::string line = pipe.Read();
+    EXPECT_THAT(line, HasSubstr("] CZYN_UserSpaceDriver () version (null)\n"));
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
+}
+
+TEST_F(NSLogTest, ControlCharactersFromOutsideAreMadeVisible) {
+    ErrorPipe pipe;
+    const auto title = kivo::Adopt(CFStringCreateWithCString(nullptr,
+                                                             "a\x1B[2Jb\nforged line\tc\xC2\x9B"
+                                                             "d",
+                                                             kCFStringEncodingUTF8));
+    NSLog(CFSTR("%@"), title.Get());
+    EXPECT_THAT(pipe.Read(), HasSubstr("] a\\x1b[2Jb\\nforged line\tc\\x9bd\n"));
+}
+
+TEST_F(NSLogTest, NeverWaitsAndSaysWhatWasLost) {
+    ErrorPipe pipe;
+    const std::string filler(4000, 'x');
+    for (int i = 0; i < 100; ++i)
+        kivo::WriteToStandardError(filler);
+    pipe.Read();
+    kivo::WriteToStandardError("after");
+    EXPECT_THAT(pipe.Read(), MatchesRegex("\\([0-9]+ lines of the log were lost\\)\nafter\n"));
+}
+
+TEST_F(SyslogTest, ByWishGoesToStandardErrorWithTheProgramsName) {
+    setenv("KIVO_LOG", "stderr", 1);
+    FakeSystemLog log;
+    ErrorPipe pipe;
+    syslog(0, "SendMessage (no reply) returned %.8x", 0xFFFFFFFEU);
+    EXPECT_EQ(pipe.Read(), ProcessName() + ": SendMessage (no reply) returned fffffffe\n");
+    EXPECT_EQ(log.Receive(), "");
+}
+
+TEST_F(SyslogTest, APipeIsWatchedByDefault) {
+    FakeSystemLog log;
+    ErrorPipe pipe;
+    syslog(0, "no remote port (%p), %s", nullptr, "text");
+    EXPECT_EQ(pipe.Read(), ProcessName() + ": no remote port ((nil)), text\n");
+    EXPECT_EQ(log.Receive(), "");
+}
+
+TEST_F(SyslogTest, PriorityZeroReachesTheSystemLogAsANotice) {
+    setenv("KIVO_LOG", "syslog", 1);
+    FakeSystemLog log;
+    ErrorPipe pipe;
+    syslog(0, "local Port is not valid");
+    EXPECT_THAT(log.Receive(),
+                MatchesRegex("<13>[A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} " + ProcessName() + "\\[" +
+                             std::to_string(getpid()) + "\\]: local Port is not valid"));
+    EXPECT_EQ(pipe.Read(), "");
+}
+
+TEST_F(SyslogTest, OtherPrioritiesStayAsTheyAre) {
+    setenv("KIVO_LOG", "syslog", 1);
+    FakeSystemLog log;
+    syslog(LOG_DAEMON | LOG_WARNING, "careful");
+    EXPECT_THAT(log.Receive(), StartsWith("<28>"));
+}
+
+TEST_F(SyslogTest, AFileDoesNotGrowWhileThereIsASystemLog) {
+    FakeSystemLog log;
+    const int saved = dup(STDERR_FILENO);
+    const int file = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(file, STDERR_FILENO);
+    syslog(0, "not in a file");
+    dup2(saved, STDERR_FILENO);
+    close(file);
+    close(saved);
+    EXPECT_THAT(log.Receive(), HasSubstr("]: not in a file"));
+}
+
+TEST_F(SyslogTest, WithoutASystemLogStandardErrorTakesTheLine) {
+    setenv("KIVO_LOG", "syslog", 1);
+    kivo::UseSystemLogSocket("/nonexistent/log");
+    ErrorPipe pipe;
+    syslog(0, "still said");
+    EXPECT_EQ(pipe.Read(), ProcessName() + ": still said\n");
+}
+
+TEST_F(SyslogTest, ASystemLogThatIsBusyKeepsNobodyWaiting) {
+    setenv("KIVO_LOG", "syslog", 1);
+    FakeSystemLog log;
+    ErrorPipe pipe;
+    // More datagrams than a socket queues; the call would wait for ever if it waited at all.
+    for (int i = 0; i < 2000; ++i)
+        syslog(0, "line %d", i);
+    EXPECT_THAT(log.Receive(), HasSubstr("]: line 0"));
+    EXPECT_THAT(pipe.Read(), HasSubstr(ProcessName() + ": line "));
+}
+
+TEST_F(SyslogTest, TheJournalGetsALevelInFront) {
+    FakeSystemLog log;
+    ErrorPipe pipe;
+    struct stat status {};
+    ASSERT_EQ(fstat(STDERR_FILENO, &status), 0);
+    const std::string stream = std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+    setenv("JOURNAL_STREAM", stream.c_str(), 1);
+    syslog(0, "for the journal");
+    EXPECT_EQ(pipe.Read(), "<5>for the journal\n");
+}
+
+TEST_F(SyslogTest, LeavesTheErrorNumberAlone) {
+    setenv("KIVO_LOG", "syslog", 1);
+    kivo::UseSystemLogSocket("/nonexistent/log");
+    ErrorPipe pipe;
+    errno = EADDRINUSE;
+    syslog(0, "text");
+    EXPECT_EQ(errno, EADDRINUSE);
+}
+
+}  // namespace
