@@ -119,7 +119,7 @@ TEST(KivoCtlDecode, ReadsAKeyEvent) {
     EXPECT_EQ(message.words, "key Return (0x24) with shift+command pressed");
     EXPECT_EQ(message.fields.dump(),
               R"({"code":"eETC","name":"key","keyCode":36,"key":"Return","flags":1179650,)"
-              R"("modifiers":"shift+command","down":true})");
+              R"("modifiers":["shift","command"],"down":true})");
     EXPECT_EQ(Decode(kMessageKeyEvent, KeyRecord(0, 0, 0)).words, "key A (0x00) released");
     EXPECT_EQ(Decode(kMessageKeyEvent, KeyRecord(0xB3, 0, 0)).words, "key key (0xb3) released");
 }

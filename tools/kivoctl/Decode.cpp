@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/RawPayloads.h"
@@ -96,8 +97,10 @@ std::string KeyWords(const KeyEvent& event) {
     std::array<char, 16> code{};
     std::snprintf(code.data(), code.size(), " (0x%02x)", event.keyCode);
     std::string words = "key " + std::string(KeyName(event.keyCode)) + code.data();
-    const std::string modifiers = ModifierText(event.flags);
-    if (!modifiers.empty()) words += " with " + modifiers;
+    const char* joint = " with ";
+    for (const std::string_view modifier : ModifierNames(event.flags)) {
+        words.append(std::exchange(joint, "+")).append(modifier);
+    }
     return words + (event.isDown ? " pressed" : " released");
 }
 
@@ -106,7 +109,7 @@ void DescribeKey(const KeyEvent& event, Message* message) {
     message->fields["keyCode"] = event.keyCode;
     message->fields["key"] = KeyName(event.keyCode);
     message->fields["flags"] = event.flags;
-    message->fields["modifiers"] = ModifierText(event.flags);
+    message->fields["modifiers"] = ModifierNames(event.flags);
     message->fields["down"] = event.isDown;
 }
 
@@ -142,7 +145,7 @@ Message ShowBytes(SInt32 code, const char* name, const char* complaint, Bytes pa
     if (payload.empty()) return message;
     const Bytes shown = payload.first(std::min(payload.size(), kMostBytesInWords));
     message.words += ": " + Hex(shown, " ");
-    if (shown.size() < payload.size()) message.words += " …";
+    if (shown.size() < payload.size()) message.words += " ...";
     return message;
 }
 

@@ -58,14 +58,12 @@ std::string_view KeyName(UInt16 keyCode) {
     return kKeyNames[keyCode];
 }
 
-std::string ModifierText(UInt64 flags) {
-    std::string text;
+std::vector<std::string_view> ModifierNames(UInt64 flags) {
+    std::vector<std::string_view> names;
     for (const auto& [bit, name] : kModifiers) {
-        if ((flags & bit) == 0) continue;
-        if (!text.empty()) text += '+';
-        text += name;
+        if ((flags & bit) != 0) names.push_back(name);
     }
-    return text;
+    return names;
 }
 
 SwallowRule SwallowRule::Parse(std::string_view text) {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <set>
 #include <span>
-#include <string>
 #include <string_view>
+#include <vector>
 
 namespace kivo::ctl {
 
@@ -23,8 +23,8 @@ std::optional<KeyEvent> ReadKeyEvent(std::span<const UInt8> payload);
 /// The name of the key at that place on a US keyboard, or "key" when it has none.
 std::string_view KeyName(UInt16 keyCode);
 
-/// The modifiers that are held, joined by "+"; empty when there are none.
-std::string ModifierText(UInt64 flags);
+/// The names of the modifiers that are held.
+std::vector<std::string_view> ModifierNames(UInt64 flags);
 
 /// Which keys are kept from the applications.
 class SwallowRule {

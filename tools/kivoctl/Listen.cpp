@@ -54,6 +54,10 @@ CFRef<CFDataRef> MakeReply(std::span<const UInt8> bytes) {
         CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
 }
 
+bool ReadsStandardInput(const Argument& argument) {
+    return argument.option == "file" && argument.value == "-";
+}
+
 Message DescribeFailure(const Failure& failure) {
     Message message;
     message.fields["name"] = "error";
@@ -77,7 +81,6 @@ ListenOptions ParseListenOptions(std::span<const std::string> words) {
 Listener::Listener(const ListenOptions& options, Printer* printer)
     : mOptions(options), mPrinter(printer) {
     TakePort();
-    AnnouncePort();
 }
 
 Listener::~Listener() = default;
@@ -111,13 +114,14 @@ void Listener::AnnouncePort() {
             "; the daemon that is running looked for one when it started, and tells nothing "
             "until it is restarted";
     }
-    mPrinter->Print(message);
+    Print(message);
 }
 
 ExitCode Listener::Run() {
     using Clock = std::chrono::steady_clock;
     const Inbox inbox(mOptions.commands ? STDIN_FILENO : -1,
                       [this](const Inbox::Event& event) { TakeEvent(event); });
+    AnnouncePort();
     constexpr double kForeverSeconds = 1e9;
     const auto start = Clock::now();
     while (!mEnd) {
@@ -176,8 +180,12 @@ CFRef<CFDataRef> Listener::AnswerStatusRequest() {
 
 void Listener::Tell(const Message& message) {
     if (mEnd) return;
-    mPrinter->Print(message);
+    Print(message);
     ++mTold;
+}
+
+void Listener::Print(const Message& message) {
+    mPrinter->Print(message);
     if (mPrinter->IsBroken()) mEnd = ExitCode::kAnswered;
 }
 
@@ -206,9 +214,9 @@ void Listener::TakeCommand(const std::string& line) {
         const std::vector<std::string> words = SplitLine(line);
         if (!words.empty()) Execute(words);
     } catch (const Failure& failure) {
-        mPrinter->Print(DescribeFailure(failure));
+        Print(DescribeFailure(failure));
     } catch (const std::exception& error) {
-        mPrinter->Print(DescribeFailure({ExitCode::kBroken, error.what()}));
+        Print(DescribeFailure({ExitCode::kBroken, error.what()}));
     }
 }
 
@@ -226,13 +234,17 @@ void Listener::Execute(std::span<const std::string> words) {
         throw UsageFailure("there is no command \"" + Printable(words[0]) +
                            "\"; there are pointer, window, target, tap, status and quit");
     }
-    const Question question = kind->build(ParseArguments(kind->options, words.subspan(1)));
-    mPrinter->Print(Ask(question, kDefaultTimeoutSeconds, AskingMode()).message);
+    const std::vector<Argument> arguments = ParseArguments(kind->options, words.subspan(1));
+    if (std::ranges::any_of(arguments, ReadsStandardInput)) {
+        throw UsageFailure("standard input holds the commands; put the targets in a file");
+    }
+    const Question question = kind->build(arguments);
+    Print(Ask(question, kDefaultTimeoutSeconds, AskingMode()).message);
 }
 
 void Listener::ExecuteStatus(std::span<const std::string> words) {
     if (words.empty()) {
-        mPrinter->Print(TellStatus().message);
+        Print(TellStatus().message);
         return;
     }
     if (words.size() != 2) throw UsageFailure("status takes the numbers of units and channels");
@@ -246,7 +258,7 @@ void Listener::ExecuteStatus(std::span<const std::string> words) {
     message.fields["channels"] = channels;
     message.words = "status is answered with units " + std::to_string(units) + ", channels " +
                     std::to_string(channels) + " from now on";
-    mPrinter->Print(message);
+    Print(message);
 }
 
 }  // namespace kivo::ctl

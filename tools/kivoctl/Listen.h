@@ -40,15 +40,15 @@ ListenOptions ParseListenOptions(std::span<const std::string> words);
 /// want an answer, and carries out the commands of a session. Lives on one thread.
 class Listener {
   public:
-    /// Takes the port and says so. Throws Failure: kNameTaken, or kBroken when it cannot be made.
+    /// Takes the port. Throws Failure: kNameTaken, or kBroken when it cannot be made.
     /// `printer` must outlive the listener.
     Listener(const ListenOptions& options, Printer* printer);
     ~Listener();
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Listens until told to end, or until what the options wait for has come (kAnswered) or has
-    /// not come in time (kNoAnswer).
+    /// Says that the port is owned and listens until told to end, or until what the options wait
+    /// for has come (kAnswered) or has not come in time (kNoAnswer).
     ExitCode Run();
 
   private:
@@ -60,8 +60,12 @@ class Listener {
     CFRef<CFDataRef> TakeMessage(SInt32 code, std::span<const UInt8> payload);
     CFRef<CFDataRef> AnswerKeyEvent(std::span<const UInt8> payload);
     CFRef<CFDataRef> AnswerStatusRequest();
+    /// Prints a message of the daemon and counts it.
     void Tell(const Message& message);
     void EndWhenMet(SInt32 code);
+
+    /// Prints a line, and ends the listening when nobody reads any more.
+    void Print(const Message& message);
 
     // Commands of a session.
     void TakeEvent(const Inbox::Event& event);

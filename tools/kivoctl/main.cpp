@@ -1,24 +1,12 @@
-#include <cstdio>
-#include <cstring>
+#include <csignal>
+#include <string>
+#include <vector>
 
-namespace {
-
-constexpr char kHelp[] =
-    "Usage: kivoctl --help | --version\n"
-    "\n"
-    "Speaks to the Kivo driver daemon in the place of a control center.\n";
-
-}  // namespace
+#include "tools/kivoctl/Commands.h"
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
-        std::fputs(kHelp, stdout);
-        return 0;
-    }
-    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
-        std::puts("kivoctl " KIVO_VERSION);
-        return 0;
-    }
-    std::fputs("kivoctl: say what to do; see kivoctl --help\n", stderr);
-    return 2;
+    // A reader who has gone is noticed at the write, so that the port is given up in good order.
+    std::signal(SIGPIPE, SIG_IGN);
+    const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+    return static_cast<int>(kivo::ctl::RunCommandLine(words));
 }
