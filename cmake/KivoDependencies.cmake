@@ -2,6 +2,8 @@
 # packages are listed in packaging/debian-packages.txt.
 
 find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-res xcb-randr)
+pkg_check_modules(ALSA REQUIRED IMPORTED_TARGET alsa)
