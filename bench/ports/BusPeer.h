@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+struct sd_bus;
+
+namespace kivo::bench {
+
+/// Serves the method until it is killed: takes an array of bytes, answers with one byte.
+[[noreturn]] void ServeOnBus(const std::string& address, int readyDescriptor);
+
+/// A client of that method over a bus.
+class BusClient {
+  public:
+    explicit BusClient(const std::string& address);
+    void Call(std::span<const uint8_t> request);
+
+  private:
+    struct Close {
+        void operator()(sd_bus* bus) const;
+    };
+    std::unique_ptr<sd_bus, Close> mBus;
+};
+
+}  // namespace kivo::bench
