@@ -106,11 +106,12 @@ void PortServer::CollectEvents() {
     epoll_event events[kEventsAtOnce];
     const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, 0);
     for (int i = 0; i < count; ++i) {
-        if (events[i].data.u64 == kListener) {
+        const std::uint64_t identifier = events[i].data.u64;  // The event itself is packed.
+        if (identifier == kListener) {
             AcceptSome();
             continue;
         }
-        const auto found = mConnections.find(events[i].data.u64);
+        const auto found = mConnections.find(identifier);
         if (found == mConnections.end()) continue;
         const ConnectionRef connection = found->second;
         if (connection->IsBlocked()) Flush(*connection);
