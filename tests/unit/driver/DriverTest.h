@@ -46,6 +46,9 @@ class DriverTest : public testing::Test {
 
     ~DriverTest() override {
         driver.reset();
+        controlCenter.reset();
+        Run(0.001);  // lets the ends of the ports be noticed, so that none is found by the next
+                     // test
         delete gSelf;
         gSelf = nullptr;
         desktop::Install(nullptr);
