@@ -16,7 +16,7 @@ namespace kivo {
 constexpr size_t kDeepestPropertyList = 512;
 
 /// The most objects that a binary property list may come to once shared ones are copied.
-constexpr size_t kMostPropertyListObjects = size_t{1} << 20;
+constexpr size_t kMostPropertyListObjects = size_t{1} << 17;
 
 /// Whether dictionaries and arrays in XML are nested no deeper than that.
 bool IsXMLNestedWithinLimit(std::string_view xml);
