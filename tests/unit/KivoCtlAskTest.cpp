@@ -81,7 +81,7 @@ TEST(KivoCtlAsk, PrintsAnswersInJson) {
 TEST(KivoCtlAsk, EndsWithStatus1WhenThereIsNoSuchWindow) {
     const ScriptedDaemon daemon(AnswerAsADaemon);
     EXPECT_THAT(RunKivoctl({"window", "Mix"}),
-                AnswersWith(1, "the front application has no window \"Mix\""));
+                AnswersWith(1, "no window was found for the title \"Mix\""));
     EXPECT_THAT(RunKivoctl({"target", "Mixer"}),
                 AnswersWith(1, "no window of the front application is one of the targets"));
 }
@@ -172,6 +172,13 @@ TEST(KivoCtlAsk, SaysWhenTheAnswerMakesNoSense) {
     EXPECT_THAT(RunKivoctl({"pointer"}), FailsWith(5, "cut off after 3 bytes"));
 }
 
+TEST(KivoCtlAsk, SaysWhenTheAnswerCannotBeWritten) {
+    const ScriptedDaemon daemon(AnswerAsADaemon);
+    const auto ending =
+        test::RunProgram({"/bin/sh", "-c", std::string(KIVOCTL) + " pointer >/dev/full"});
+    EXPECT_THAT(ending, FailsWith(5, "standard output cannot be written"));
+}
+
 TEST(KivoCtlAsk, RefusesBadUsageBeforeItLooksForADaemon) {
     for (const auto& words : std::vector<std::vector<std::string>>{{},
                                                                    {"pointr"},
@@ -206,6 +213,8 @@ TEST(KivoCtlHelp, IsPrintedForEveryCommand) {
         EXPECT_EQ(ending.status, 0);
         EXPECT_THAT(ending.output, StartsWith(std::string("Usage: kivoctl ") + command));
     }
+    EXPECT_THAT(RunKivoctl({"pointer", "--json", "--help"}).output, StartsWith("Usage:"));
+    EXPECT_THAT(RunKivoctl({"window", "--", "--help"}), FailsWith(3, "no daemon"));
     EXPECT_THAT(RunKivoctl({"--help"}).output,
                 AllOf(HasSubstr("Exit status:"), HasSubstr("session")));
     EXPECT_THAT(RunKivoctl({"--version"}).output, StartsWith("kivoctl "));

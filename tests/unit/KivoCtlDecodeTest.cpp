@@ -55,6 +55,12 @@ TEST(KivoCtlDecode, ReadsASignatureInTheByteOrderOfTheMachine) {
               R"({"code":"KiFA","name":"frontApplication","signature":"ABCD"})");
 }
 
+TEST(KivoCtlDecode, ReadsThatNobodyIsInFrontYet) {
+    const Message message = Decode(kMessageFrontSignature, {0, 0, 0, 0});
+    EXPECT_EQ(message.words, "no application is in front yet");
+    EXPECT_EQ(message.fields["signature"], nullptr);
+}
+
 TEST(KivoCtlDecode, ReadsABundleIdentifier) {
     const Message message =
         Decode(kMessageFrontBundleID, BytesOfText(std::string("org.gnome.gedit") + '\0'));

@@ -68,7 +68,7 @@ TEST(KivoCtlQuestions, WindowReadsAFrameOrNone) {
               R"({"name":"window","found":true,"x":10,"y":-20,"width":640,"height":480})");
     const Answer missing = question.read({});
     EXPECT_EQ(missing.status, ExitCode::kNotFound);
-    EXPECT_EQ(missing.message.words, "the front application has no window \"Mixer\"");
+    EXPECT_EQ(missing.message.words, "no window was found for the title \"Mixer\"");
     EXPECT_EQ(missing.message.fields.dump(), R"({"name":"window","found":false})");
 }
 

@@ -28,7 +28,9 @@ Form FormOf(std::span<const Argument> arguments) {
 }
 
 ExitCode Print(const Answer& answer, Form form) {
-    Printer(stdout, form, Stamp::kNone).Print(answer.message);
+    Printer printer(stdout, form, Stamp::kNone);
+    printer.Print(answer.message);
+    printer.CheckWritten();
     return answer.status;
 }
 
@@ -59,7 +61,9 @@ ExitCode RunListen(std::string_view name, Words words) {
     ListenOptions options = ParseListenOptions(words);
     if (name == "session") options.commands = true;
     Printer printer(stdout, options.json ? Form::kJson : Form::kWords, Stamp::kTime);
-    return Listener(options, &printer).Run();
+    const ExitCode status = Listener(options, &printer).Run();
+    printer.CheckWritten();
+    return status;
 }
 
 struct Command {
@@ -85,8 +89,13 @@ ExitCode Complain(const std::string& text, ExitCode status) {
     return status;
 }
 
+bool AsksForHelp(Words words) {
+    const auto optionsEnd = std::ranges::find(words, "--");
+    return std::find(words.begin(), optionsEnd, "--help") != optionsEnd;
+}
+
 ExitCode RunCommand(const Command& command, Words words) {
-    if (!words.empty() && words[0] == "--help") return Say(command.help);
+    if (AsksForHelp(words)) return Say(command.help);
     try {
         return command.run(command.name, words);
     } catch (const UsageFailure& failure) {

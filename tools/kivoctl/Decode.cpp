@@ -22,6 +22,9 @@ using Bytes = std::span<const UInt8>;
 constexpr size_t kMostBytesInWords = 32;
 constexpr size_t kMostBytesInJson = 4096;
 
+/// What the daemon tells at first when no application was in front as it started.
+constexpr UInt32 kNobodySignature = 0;
+
 Message Named(SInt32 code, const char* name) {
     Message message;
     message.fields["code"] = MessageCodeText(code);
@@ -66,6 +69,11 @@ bool DecodeDisconnect(Bytes payload, Message* message) {
 bool DecodeSignature(Bytes payload, Message* message) {
     const auto signature = ReadNative32(payload);
     if (!signature) return false;
+    if (*signature == kNobodySignature) {
+        message->fields["signature"] = nullptr;
+        message->words = "no application is in front yet";
+        return true;
+    }
     const std::string text = MessageCodeText(static_cast<SInt32>(*signature));
     message->fields["signature"] = text;
     message->words = "front application has the signature " + text;

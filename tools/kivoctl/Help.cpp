@@ -6,12 +6,12 @@ namespace kivo::ctl {
     "  --json         answer with one JSON object\n" \
     "  --timeout S    wait S seconds for the answer (5)\n"
 
-#define KIVOCTL_LISTEN_OPTIONS                                                       \
+#define KIVOCTL_LISTEN_OPTIONS \
     "  --json         print one JSON object a line\n"                                \
     "  --units N      units in the answer to the daemon's status request (1)\n"      \
     "  --channels N   channels in that answer (8)\n"                                 \
     "  --keys         print key events too; they are what you type\n"                \
-    "  --swallow WHICH  keep keys from the applications: all, none (the default),\n" \
+    "  --swallow KEYS keep keys from the applications: all, none (the default),\n" \\
     "                 or key codes such as 0x24,53\n"                                \
     "  --until CODE   end after the first message of that code, such as KiFI\n"      \
     "  --count N      end after N printed messages\n"                                \
@@ -56,7 +56,9 @@ const char kHelpWindow[] =
     "Usage: kivoctl window TITLE [OPTION...]\n"
     "\n"
     "Makes the front application's window of that title its main window and prints\n"
-    "position and size of its frame. Status 1 when there is none.\n"
+    "position and size of its frame. Status 1 when none was found. Mind that the\n"
+    "daemon takes the frontmost window whatever its title, and none with --partial;\n"
+    "`kivoctl target` finds a window by its title.\n"
     "\n"
     "  --partial      the title need only occur in the window's title\n" KIVOCTL_QUESTION_OPTIONS;
 
@@ -103,8 +105,8 @@ const char kHelpSession[] =
     "\n"
     "Listens as `kivoctl listen` does and takes commands from standard input, one a\n"
     "line, with quotes as in a shell: pointer, window, target, tap and status as on\n"
-    "the command line, `status UNITS CHANNELS` to set what the daemon is answered, and\n"
-    "quit. Answers and errors are printed among the messages. Ends with the input too,\n"
+    "the command line, `status UNITS CHANNELS` to set what the daemon is answered,\n"
+    "and quit. Answers and errors are printed among the messages. Ends with the input too,\n"
     "unless --until, --count or --timeout is given.\n"
     "\n" KIVOCTL_LISTEN_OPTIONS "\n" KIVOCTL_LISTEN_ENDING;
 

@@ -1,9 +1,13 @@
 #include "tools/kivoctl/Printer.h"
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <ctime>
 #include <iomanip>
 #include <sstream>
+
+#include "tools/kivoctl/Failure.h"
 
 namespace kivo::ctl {
 
@@ -39,7 +43,13 @@ std::string Printer::Line(const Message& message) const {
 void Printer::Print(const Message& message) {
     const std::string line = Line(message) + '\n';
     std::fwrite(line.data(), 1, line.size(), mStream);
-    std::fflush(mStream);
+    if (std::fflush(mStream) != 0 && mError == 0) mError = errno;
+}
+
+void Printer::CheckWritten() const {
+    if (mError == 0 || mError == EPIPE) return;
+    throw Failure(ExitCode::kBroken,
+                  std::string("standard output cannot be written: ") + std::strerror(mError));
 }
 
 }  // namespace kivo::ctl

@@ -22,7 +22,11 @@ class Printer {
     void Print(const Message& message);
 
     /// Whether the reader has gone, or the disk is full: nothing more can be written.
-    bool IsBroken() const { return std::ferror(mStream) != 0; }
+    bool IsBroken() const { return mError != 0; }
+
+    /// Throws Failure kBroken when a line could not be written. A reader who has gone is no
+    /// failure: they have seen enough.
+    void CheckWritten() const;
 
   private:
     std::string Line(const Message& message) const;
@@ -30,6 +34,7 @@ class Printer {
     std::FILE* mStream;
     Form mForm;
     Stamp mStamp;
+    int mError = 0;  ///< The errno of the first write that failed.
 };
 
 }  // namespace kivo::ctl

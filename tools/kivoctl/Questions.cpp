@@ -86,7 +86,7 @@ Question AskForPointer(std::span<const Argument> arguments) {
 
 Answer ReadWindow(Bytes reply, const std::string& title) {
     if (reply.empty()) {
-        return NotFound("window", "the front application has no window \"" + title + '"');
+        return NotFound("window", "no window was found for the title \"" + title + '"');
     }
     SPointSizeSpec frame;
     ReadReply(reply, &frame);
