@@ -7,6 +7,7 @@
 #include <sys/un.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -61,7 +62,10 @@ std::string FolderPath() {
     return "/tmp/kivo-message-ports-" + user;
 }
 
+/// Once a process: every attempt fails alike.
 void ReportUnusableFolder(const std::string& path) {
+    static std::atomic<bool> isReported{false};
+    if (isReported.exchange(true)) return;
     std::fprintf(stderr,
                  "message ports: cannot use %s: it has to be a folder of this user with mode 0700; "
                  "correct or remove it\n",
@@ -115,7 +119,7 @@ std::optional<PortFolder> PortFolder::Open(bool mayMake) {
     if (folder && fstat(folder.Get(), &status) == 0 && IsPrivateFolder(status)) {
         return PortFolder(std::move(folder), std::move(path));
     }
-    if (folder || errno != ENOENT) ReportUnusableFolder(path);
+    if (folder || errno == ELOOP || errno == ENOTDIR) ReportUnusableFolder(path);
     return std::nullopt;
 }
 
