@@ -14,7 +14,8 @@ CZYN_UserSpaceDriver* CZYN_UserSpaceDriver::sSelf = nullptr;
 
 CZYN_UserSpaceDriver::CZYN_UserSpaceDriver()
     : mLocalPort(kivo::MakeString(kivo::kDriverPortName).Get(), MessageCallbackEntry, nullptr,
-                 nullptr) {
+                 nullptr),
+      mEventTapper(EventTapCallBackEntry) {
     ReadVersion();
     sSelf = this;
     mLocalRunLoopSource = mLocalPort.GetRunLoopSource();

@@ -8,6 +8,7 @@
 
 #include "PublicUtility/CACFMessagePort.h"
 #include "ZYNCommon/ZYN_Driver_TargetWindowInfo.h"
+#include "driver/ZYN_EventTapper.h"
 #include "platform/CFRef.h"
 #include "platform/Workspace.h"
 
@@ -121,6 +122,14 @@ class CZYN_UserSpaceDriver {
     bool GetTargetIndexForWindow(NSString* windowTitle, ZYN_Driver_TargetWindowInfo* candidates,
                                  unsigned int count, unsigned int& index);
 
+    // Keyboard
+
+    /// The tap's callback: while forwarding is on the control center decides whether the event goes
+    /// on (`event` is returned) or disappears (null). It disappears too when no answer comes in
+    /// time; the reply that made it disappear is kept for ever. Ignores proxy and user data.
+    static CGEventRef EventTapCallBackEntry(CGEventTapProxy proxy, CGEventType type,
+                                            CGEventRef event, void* userInfo);
+
     // Pointer and permission
 
     /// The pointer's location, origin at the main screen's top left, y downward.
@@ -142,6 +151,7 @@ class CZYN_UserSpaceDriver {
     CFDataRef AnswerTargetWindow(const RequestBytes& request);
     CFDataRef AnswerWindow(const RequestBytes& request);
 
+    bool IsLetThrough(CGEventType type, CGEventRef event);
     void ReadVersion();
     bool SendIdentity(SInt32 msgid);
     void SendFrontApplication(unsigned int signature, CFStringRef bundleID);
@@ -167,6 +177,7 @@ class CZYN_UserSpaceDriver {
     SInt32 mReservedIndex = -1;
     char mVersion[32] = {};
     UInt32 mReservedCount = 0;
+    ZYN_EventTapper mEventTapper;
     bool mTapEnabled = false;
 
     // Window lists whose elements are lent to the request in progress.

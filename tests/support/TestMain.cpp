@@ -36,6 +36,8 @@ int main(int argc, char** argv) {
     int exitStatus = 0;
     if (kivo::test::PlayPeerRole(exitStatus)) return exitStatus;
     const PrivateRuntimeFolder folder;
+    // No test takes hold of the keyboards of whoever runs it.
+    setenv("KIVO_KEYBOARD", "none", 0);
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

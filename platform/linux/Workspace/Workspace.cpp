@@ -11,6 +11,7 @@
 
 #include "CFRef.h"
 #include "desktop/Desktop.h"
+#include "keyboard/KeyTap.h"
 
 namespace kivo {
 namespace {
@@ -197,9 +198,11 @@ bool Workspace_GetMainScreenFrame(CGRect* frame) {
     });
 }
 
-void Workspace_SetKeyboardForwardingWanted(bool) {
-    // For the rooms that take hold of the keyboards, which they are to do only while this is
-    // wanted. There is none yet, so there is nobody to tell.
+void Workspace_SetKeyboardForwardingWanted(bool wanted) {
+    WithoutExceptions(false, [wanted] {
+        kivo::keyboard::SetForwardingWanted(wanted);
+        return true;
+    });
 }
 
 void Workspace_RunMainLoop() {
