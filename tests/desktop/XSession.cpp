@@ -178,7 +178,7 @@ namespace {
 
 std::vector<std::string> CommandFor(const std::string& program) {
     if (program == "xfwm4") return {program, "--compositor=off"};
-    if (program == "i3") return {program, "-c", "/etc/i3/config"};
+    if (program == "i3") return {program, "-c", "/dev/null"};
     return {program};
 }
 

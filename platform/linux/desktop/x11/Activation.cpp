@@ -36,7 +36,7 @@ void SendRequest(Question& question, xcb_window_t window) {
     xcb_send_event(question.Get(), false, question.Facts().root,
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&message));
-    xcb_flush(question.Get());
+    question.Flush();
 }
 
 /// Waits until more than `changes` changes have been seen or the deadline has come.

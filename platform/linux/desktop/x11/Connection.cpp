@@ -90,9 +90,12 @@ std::unique_ptr<Connection> Connection::Open() try {
 std::unique_ptr<Connection> Connection::Connect() {
     int screen = 0;
     std::unique_ptr<Connection> connection(new Connection(xcb_connect(nullptr, &screen)));
-    if (connection->IsBroken()) return nullptr;
+    xcb_connection_t* const opened = connection->mConnection;
+    if (xcb_connection_has_error(opened) != 0) return nullptr;
     connection->FindOutAboutServer(screen);
-    return connection->IsBroken() ? nullptr : std::move(connection);
+    connection->mRelay = Relay::TakePlaceOf(xcb_get_file_descriptor(opened));
+    if (connection->mRelay == nullptr || connection->IsBroken()) return nullptr;
+    return connection;
 }
 
 void Connection::FindOutAboutServer(int screen) {
@@ -117,25 +120,45 @@ Connection::~Connection() {
     xcb_disconnect(mConnection);
 }
 
+void Connection::Flush() {
+    xcb_flush(mConnection);
+    mRelay->Send();
+}
+
+bool Connection::PollForReply(unsigned sequence, void*& reply) {
+    do {
+        xcb_generic_error_t* error = nullptr;
+        const bool came = xcb_poll_for_reply(mConnection, sequence, &reply, &error) != 0;
+        std::free(error);
+        if (came) return true;
+    } while (mRelay->Receive());
+    return false;
+}
+
 unsigned long Connection::TakeEvents() {
-    while (auto* event = xcb_poll_for_event(mConnection)) {
-        constexpr int kSentFlag = 0x80;
-        if ((event->response_type & ~kSentFlag) == XCB_PROPERTY_NOTIFY) {
-            const xcb_atom_t atom = reinterpret_cast<xcb_property_notify_event_t*>(event)->atom;
-            if (atom == Names().activeWindow || atom == Names().supportingWMCheck) ++mChanges;
+    do {
+        while (auto* event = xcb_poll_for_event(mConnection)) {
+            NoteEvent(*event);
+            std::free(event);
         }
-        std::free(event);
-    }
+    } while (mRelay->Receive());
     return mChanges;
+}
+
+void Connection::NoteEvent(const xcb_generic_event_t& event) {
+    constexpr int kSentFlag = 0x80;
+    if ((event.response_type & ~kSentFlag) != XCB_PROPERTY_NOTIFY) return;
+    const auto& notice = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+    if (notice.atom == Names().activeWindow || notice.atom == Names().supportingWMCheck) {
+        ++mChanges;
+    }
 }
 
 bool Connection::IsStalled() {
     if (!mOverdue) return false;
     void* reply = nullptr;
-    xcb_generic_error_t* error = nullptr;
-    if (!xcb_poll_for_reply(mConnection, *mOverdue, &reply, &error)) return true;
+    if (!PollForReply(*mOverdue, reply)) return true;
     std::free(reply);
-    std::free(error);
     mOverdue.reset();
     return false;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "desktop/x11/Atoms.h"
+#include "desktop/x11/Relay.h"
 
 namespace kivo::desktop::x11 {
 
@@ -19,10 +20,10 @@ struct Server {
     Atoms atoms;
 };
 
-/// A connection to the X server of the session. Nothing is sent or awaited here: see `Question`.
+/// A connection to the X server of the session. Once it is open nothing here waits: see `Question`.
 ///
 /// When the server goes, the connection is broken for good: there is no other session to connect
-/// to. xcb reports that; it never ends the process.
+/// to. Nothing of that ends the process or raises a signal.
 class Connection {
   public:
     /// Connects to $DISPLAY. Null when there is no server, or when it does not answer in five
@@ -35,18 +36,27 @@ class Connection {
     xcb_connection_t* Get() const { return mConnection; }
     const Server& Facts() const { return mServer; }
     const Atoms& Names() const { return mServer.atoms; }
-    int Descriptor() const { return xcb_get_file_descriptor(mConnection); }
 
-    /// The server is gone.
-    bool IsBroken() const { return xcb_connection_has_error(mConnection) != 0; }
+    /// Readable when the server has sent something.
+    int Descriptor() const { return mRelay->Server(); }
+    bool IsBroken() const {
+        return mRelay->IsBroken() || xcb_connection_has_error(mConnection) != 0;
+    }
+
+    /// Sends the requests that have been made, as far as the server takes them.
+    void Flush();
+    bool HasUnsent() const { return mRelay->HasUnsent(); }
+
+    /// Takes the reply, or null for an error, to a request. False when it has not come yet.
+    bool PollForReply(unsigned sequence, void*& reply);
 
     /// Takes all events that have come, and returns how many of all so far said that the active
     /// window, or the window manager that tells it, changed. Does not wait.
     unsigned long TakeEvents();
 
     /// A reply is overdue. Until it has come nothing is to be sent: what a stopped server does not
-    /// read would fill the socket, and then sending would wait without a limit. Looks, but does
-    /// not wait, for the reply.
+    /// read would fill the socket, and then sending would wait without a limit. Looks for the reply
+    /// without waiting.
     bool IsStalled();
     /// Notes a request whose reply did not come in time. It is thrown away when it comes.
     void NoteOverdue(unsigned sequence);
@@ -57,8 +67,10 @@ class Connection {
     static std::unique_ptr<Connection> Connect();
     void FindOutAboutServer(int screen);
     void SelectEvents();
+    void NoteEvent(const xcb_generic_event_t& event);
 
     xcb_connection_t* const mConnection;
+    std::unique_ptr<Relay> mRelay;
     Server mServer;
     std::optional<unsigned> mOverdue;  ///< the request's sequence number
     unsigned long mChanges = 0;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <CoreFoundation/RunLoopSeams.h>
-#include <signal.h>
 #include <xcb/randr.h>
 #include <xcb/res.h>
 #include <xcb/xcb.h>
@@ -25,19 +24,19 @@ using Reply = std::unique_ptr<Contents, Free>;
 /// One question to the server, made of any number of requests. All their replies are awaited
 /// until one deadline, `kAnswerTimeout` from the start; after it, or once the server is gone, each
 /// wait ends at once.
-///
-/// While a question lives a write to a server that is gone does not raise SIGPIPE.
 class Question {
   public:
     /// Waits first, until the deadline, for a reply that an earlier question did not get.
     explicit Question(Connection& connection);
-    ~Question();
     Question(const Question&) = delete;
     Question& operator=(const Question&) = delete;
 
     /// False once a reply did not come in time or the server is gone. A question that begins so
     /// must send nothing.
     bool IsAnswered() const { return mAnswered; }
+
+    /// Sends what brings no reply. Requests that bring one are sent when it is awaited.
+    void Flush() { mConnection.Flush(); }
 
     const Atoms& Names() const { return mConnection.Names(); }
     const Server& Facts() const { return mConnection.Facts(); }
@@ -55,8 +54,6 @@ class Question {
     Connection& mConnection;
     const LoopInstant mDeadline;
     bool mAnswered = true;
-    sigset_t mMaskBefore;
-    bool mPipeSignalWasPending;
 };
 
 /// Which reply a request brings.

@@ -97,6 +97,8 @@ bool IsDesktopOrDock(const Atoms& names, const PropertyReply& types) {
 
 Status ListWindows(Question& question, WindowManager& manager, pid_t processID,
                    std::vector<Window>& windows) {
+    // No process: the windows of which nobody knows the process are not one application's.
+    if (processID <= 0) return Status::kOk;
     const ManagedWindows managed(question, manager);
     const auto own = WindowsOfProcess(managed, processID);
     for (std::size_t begin = 0; begin < own.size() && question.IsAnswered(); begin += kBatch) {

@@ -1,0 +1,327 @@
+#include "tests/desktop/ScriptedManager.h"
+#include "tests/desktop/X11DesktopTest.h"
+
+namespace kivo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Longer than nobody has to be in front for counting as nobody.
+constexpr double kLasting = 0.08;
+
+/// Under real managers: one activation each, whatever they say in passing.
+class X11ActivationsTest : public X11ManagersTest {
+  protected:
+    void Observe() {
+        mDesktop->ObserveActivations(
+            [this](const Application& application) { mTold.push_back(application.processID); });
+    }
+
+    std::vector<pid_t> mTold;
+};
+
+TEST_P(X11ActivationsTest, EachChangeOfTheProcessIsToldOnce) {
+    const auto one = Start({{.title = "one"}});
+    const auto other = Start({{.title = "other"}});
+    ASSERT_EQ(mDesktop->MakeMain(one.Window()), Status::kOk);
+    EXPECT_EQ(FrontProcess(), one.ProcessID());
+    Observe();
+    std::vector<pid_t> wanted;
+    for (const TestApplication* next : {&other, &one, &other}) {
+        ASSERT_EQ(mDesktop->MakeMain(next->Window()), Status::kOk);
+        wanted.push_back(next->ProcessID());
+        EXPECT_TRUE(Await([&] { return mTold == wanted; }));
+        EXPECT_EQ(FrontProcess(), next->ProcessID());
+    }
+    TurnRunLoop(kLasting);
+    EXPECT_EQ(mTold, wanted);
+}
+
+TEST_P(X11ActivationsTest, AnotherWindowOfTheSameProcessIsNone) {
+    const auto one = Start({{.title = "first"}, {.title = "second"}});
+    ASSERT_EQ(mDesktop->MakeMain(one.Window(0)), Status::kOk);
+    EXPECT_EQ(FrontProcess(), one.ProcessID());
+    Observe();
+    for (const std::size_t index : {1u, 0u, 1u}) {
+        ASSERT_EQ(mDesktop->MakeMain(one.Window(index)), Status::kOk);
+        TurnRunLoop(0.01);
+    }
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, IsEmpty());
+}
+
+TEST_P(X11ActivationsTest, TheNextInLineIsToldWhenTheFrontOneEnds) {
+    const auto one = Start({{.title = "one"}});
+    auto other = Start({{.title = "other"}});
+    ASSERT_EQ(mDesktop->MakeMain(one.Window()), Status::kOk);
+    ASSERT_EQ(mDesktop->MakeMain(other.Window()), Status::kOk);
+    EXPECT_EQ(FrontProcess(), other.ProcessID());
+    Observe();
+    other.Kill();
+    EXPECT_TRUE(Await([&] { return !mTold.empty(); }));
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre(one.ProcessID()));
+}
+
+TEST_P(X11ActivationsTest, AWindowComesToTheFrontOnlyWhenItIsActive) {
+    const auto one = Start({{.title = "first"}, {.title = "second"}});
+    for (const std::size_t index : {0u, 0u, 1u, 0u}) {
+        ASSERT_EQ(mDesktop->MakeMain(one.Window(index)), Status::kOk);
+        EXPECT_THAT(mClient->Values(mClient->Root(), "_NET_ACTIVE_WINDOW")[0], one.Window(index));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Managers, X11ActivationsTest, kManagers, ManagerName);
+
+class X11MinimisedTest : public X11ManagersTest {};
+
+TEST_P(X11MinimisedTest, MakingAMinimisedWindowMainRestoresIt) {
+    constexpr std::uint32_t kNormal = 1;
+    constexpr std::uint32_t kIconic = 3;
+    const auto one = Start({{.title = "first"}, {.title = "second"}});
+    const auto stateOf = [&](std::size_t index) {
+        const auto state = mClient->Values(one.Window(index), "WM_STATE");
+        return state.empty() ? 0 : state.front();
+    };
+    mClient->Send(one.Window(1), "WM_CHANGE_STATE", {kIconic});
+    ASSERT_TRUE(Await([&] { return stateOf(1) == kIconic; }));
+    EXPECT_EQ(mDesktop->MakeMain(one.Window(1)), Status::kOk);
+    EXPECT_TRUE(Await([&] { return stateOf(1) == kNormal; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Managers, X11MinimisedTest, kStackingManagers, ManagerName);
+
+/// What a manager says, step by step.
+class X11ScriptedTest : public X11DesktopTest {
+  protected:
+    void SetUp() override {
+        StartSession("");
+        if (IsSkipped()) return;
+        mScript.emplace(*mClient);
+        mOne.emplace(std::vector<TestWindow>{{.title = "one", .className = "One"}});
+        mOther.emplace(std::vector<TestWindow>{{.title = "other", .className = "Other"}});
+    }
+
+    void ObserveFrom(xcb_window_t front) {
+        mScript->MakeActive(front);
+        mDesktop->FrontApplication();
+        mDesktop->ObserveActivations(
+            [this](const Application& application) { mTold.push_back(application.bundleID); });
+        TurnRunLoop(kLasting);
+        ASSERT_THAT(mTold, IsEmpty());
+    }
+
+    std::optional<ScriptedManager> mScript;
+    std::optional<TestApplication> mOne;
+    std::optional<TestApplication> mOther;
+    std::vector<std::string> mTold;
+};
+
+TEST_F(X11ScriptedTest, NobodyInPassingDoesNotCount) {
+    ObserveFrom(mOne->Window());
+    for (int i = 0; i < 5; ++i) {
+        mScript->MakeNobodyActive();
+        TurnRunLoop(0.005);
+        mScript->TakeActiveAway();
+        mScript->MakeActive(mOne->Window());
+        TurnRunLoop(0.005);
+    }
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, IsEmpty());
+    mScript->MakeNobodyActive();
+    mScript->MakeActive(mOther->Window());
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("Other"));
+}
+
+TEST_F(X11ScriptedTest, TheSameOneAfterALastingNobodyIsToldAgain) {
+    ObserveFrom(mOne->Window());
+    mScript->MakeNobodyActive();
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, IsEmpty()) << "nobody itself is not told";
+    mScript->MakeActive(mOne->Window());
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("One"));
+    mScript->TakeActiveAway();
+    TurnRunLoop(kLasting);
+    mScript->MakeActive(mOne->Window());
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("One", "One"));
+}
+
+TEST_F(X11ScriptedTest, DesktopsAndDocksCountAsNobody) {
+    ObserveFrom(mOne->Window());
+    for (const char* type : {"_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_DOCK"}) {
+        mTold.clear();
+        mClient->SetValues(mOther->Window(), "_NET_WM_WINDOW_TYPE", "ATOM", {mClient->Atom(type)});
+        mScript->MakeActive(mOther->Window());
+        TurnRunLoop(kLasting);
+        EXPECT_THAT(mTold, IsEmpty()) << type;
+        EXPECT_FALSE(mDesktop->FrontApplication()) << type;
+        mScript->MakeActive(mOne->Window());
+        TurnRunLoop(kLasting);
+        EXPECT_THAT(mTold, ElementsAre("One")) << type;
+    }
+}
+
+TEST_F(X11ScriptedTest, AChangeBetweenTheQuestionAndTheObservationIsTold) {
+    mScript->MakeActive(mOne->Window());
+    EXPECT_EQ(FrontProcess(), mOne->ProcessID());
+    mScript->MakeActive(mOther->Window());
+    mDesktop->ObserveActivations(
+        [this](const Application& application) { mTold.push_back(application.bundleID); });
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("Other"));
+}
+
+TEST_F(X11ScriptedTest, AnObserverMayEndTheObservationWhenItIsTold) {
+    mScript->MakeActive(mOne->Window());
+    mDesktop->FrontApplication();
+    mDesktop->ObserveActivations([this](const Application& application) {
+        mTold.push_back(application.bundleID);
+        mDesktop->ObserveActivations(nullptr);
+        mTold.push_back("ended");
+    });
+    mScript->MakeActive(mOther->Window());
+    TurnRunLoop(kLasting);
+    mScript->MakeActive(mOne->Window());
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("Other", "ended"));
+}
+
+TEST_F(X11ScriptedTest, TheApplicationComesWithAllThatIsKnownOfIt) {
+    ObserveFrom(mOne->Window());
+    WriteDesktopFile("org.example.Other", "StartupWMClass=Other\nX-CFBundleSignature=OtHr\n");
+    std::vector<Application> told;
+    mDesktop->ObserveActivations([&](const Application& one) { told.push_back(one); });
+    mScript->MakeActive(mOther->Window());
+    TurnRunLoop(kLasting);
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].processID, mOther->ProcessID());
+    EXPECT_EQ(told[0].bundleID, "org.example.Other");
+    EXPECT_TRUE(told[0].hasBundle);
+    EXPECT_EQ(told[0].info.at("CFBundleSignature"), "OtHr");
+}
+
+TEST_F(X11ScriptedTest, TheIDThatAWindowClaimsComesBeforeItsClass) {
+    WriteDesktopFile("org.example.Claimed", "");
+    WriteDesktopFile("class", "StartupWMClass=Class\n");
+    const TestApplication gtk(
+        std::vector<TestWindow>{{.className = "Class", .applicationID = "org.example.Claimed"}});
+    mScript->MakeActive(gtk.Window());
+    EXPECT_EQ(mDesktop->FrontApplication()->bundleID, "org.example.Claimed");
+    mClient->Delete(gtk.Window(), "_GTK_APPLICATION_ID");
+    EXPECT_EQ(mDesktop->FrontApplication()->bundleID, "class");
+    mClient->SetText(gtk.Window(), "_KDE_NET_WM_DESKTOP_FILE", "UTF8_STRING",
+                     "org.example.Claimed");
+    EXPECT_EQ(mDesktop->FrontApplication()->bundleID, "org.example.Claimed");
+}
+
+TEST_F(X11ScriptedTest, RunningApplicationsAreFoundByTheirBundleIdentifier) {
+    const TestApplication second(
+        std::vector<TestWindow>{{.className = "One"}, {.className = "One"}});
+    mScript->List({mOne->Window(), mOther->Window(), second.Window(0), second.Window(1)});
+    std::vector<pid_t> found;
+    for (const Application& one : mDesktop->RunningApplications("One")) {
+        found.push_back(one.processID);
+    }
+    EXPECT_THAT(found, testing::UnorderedElementsAre(mOne->ProcessID(), second.ProcessID()));
+    EXPECT_THAT(mDesktop->RunningApplications("Nobody"), IsEmpty());
+}
+
+TEST_F(X11ScriptedTest, AManagerThatDoesNotActivateIsARefusal) {
+    mScript->MakeActive(mOne->Window());
+    const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
+    EXPECT_EQ(mDesktop->MakeMain(mOther->Window()), Status::kRefused);
+    const CFTimeInterval waited = CFAbsoluteTimeGetCurrent() - start;
+    EXPECT_GE(waited, 0.1);
+    EXPECT_LT(waited, 0.3);
+    EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kOk) << "it is active already";
+}
+
+TEST_F(X11ScriptedTest, AManagerThatActivatesAnotherIsARefusalToo) {
+    mScript->MakeActive(mOne->Window());
+    const Process disturber([&] {
+        XClient client;
+        ScriptedManager script(client);
+        for (;;) {
+            script.MakeActive(client.Root());
+            script.MakeActive(mOne->Window());
+        }
+    });
+    EXPECT_EQ(mDesktop->MakeMain(mOther->Window()), Status::kRefused);
+}
+
+TEST_F(X11ScriptedTest, WhatADeadManagerSaidDoesNotCount) {
+    mScript->List({mOne->Window()});
+    mScript->MakeActive(mOne->Window());
+    EXPECT_EQ(FrontProcess(), mOne->ProcessID());
+    EXPECT_THAT(TitlesOf(mOne->ProcessID()), ElementsAre("one"));
+    mScript->Die();
+    EXPECT_FALSE(mDesktop->FrontApplication());
+    EXPECT_THAT(ListOf(mOne->ProcessID()), IsEmpty());
+    EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kRefused);
+}
+
+TEST_F(X11ScriptedTest, AManagerThatStartsLaterIsHeard) {
+    ObserveFrom(mOne->Window());
+    mScript->Die();
+    mScript->MakeActive(mOther->Window());  // said before the proof, as some do
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, IsEmpty());
+    mScript.emplace(*mClient);
+    TurnRunLoop(kLasting);
+    EXPECT_THAT(mTold, ElementsAre("Other"));
+}
+
+TEST_F(X11ScriptedTest, AManagerWithoutAStackingOrderGivesTheLatestFirst) {
+    const TestApplication app(std::vector<TestWindow>{{.title = "oldest"}, {.title = "latest"}});
+    mScript->List({app.Window(0), app.Window(1)});
+    mClient->Delete(mClient->Root(), "_NET_CLIENT_LIST_STACKING");
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("latest", "oldest"));
+}
+
+TEST_F(X11ScriptedTest, WorkspacesCountOnlyWhereThereAreSeveral) {
+    const TestApplication app(std::vector<TestWindow>{{.title = "here"}, {.title = "there"}});
+    mScript->List({app.Window(0), app.Window(1)});
+    const auto say = [&](xcb_window_t window, const char* property, std::uint32_t value) {
+        mClient->SetValues(window, property, "CARDINAL", {value});
+    };
+    say(mClient->Root(), "_NET_CURRENT_DESKTOP", 0);
+    say(app.Window(1), "_NET_WM_DESKTOP", 1);
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("here"));
+    say(mClient->Root(), "_NET_NUMBER_OF_DESKTOPS", 1);
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("there", "here"));
+    say(mClient->Root(), "_NET_NUMBER_OF_DESKTOPS", 2);
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("here"));
+    mClient->Delete(mClient->Root(), "_NET_CURRENT_DESKTOP");
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("there", "here"));
+}
+
+TEST_F(X11ScriptedTest, AListMayBeLongerThanOneBatch) {
+    const TestApplication app(std::vector<TestWindow>(1100, {.title = "many"}));
+    std::vector<xcb_window_t> windows;
+    for (std::size_t i = 0; i < app.Count(); ++i) {
+        windows.push_back(app.Window(i));
+    }
+    mScript->List(windows);
+    EXPECT_EQ(TitlesOf(app.ProcessID()), std::vector<std::string>(1100, "many"));
+}
+
+TEST_F(X11ScriptedTest, NonsenseInPropertiesIsHarmless) {
+    const TestApplication app(std::vector<TestWindow>{{.title = "one"}});
+    mScript->List({app.Window(), 0, 0xFFFFFFFF, mClient->Root(), app.Window()});
+    mClient->SetText(app.Window(), "_NET_WM_WINDOW_TYPE", "STRING", "not atoms");
+    mClient->SetText(app.Window(), "_NET_FRAME_EXTENTS", "CARDINAL", "bytes");
+    mClient->SetValues(app.Window(), "_GTK_FRAME_EXTENTS", "CARDINAL", {1, 2});
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("one", "one"));
+    EXPECT_EQ(FrameOf(app.Window()).width, 200);
+    mClient->SetValues(app.Window(), "_GTK_FRAME_EXTENTS", "CARDINAL", {100, 100, 50, 50});
+    EXPECT_EQ(FrameOf(app.Window()).width, 200) << "a shadow that leaves nothing over";
+    mClient->SetText(mClient->Root(), "_NET_ACTIVE_WINDOW", "STRING", "nonsense");
+    EXPECT_FALSE(mDesktop->FrontApplication());
+}
+
+}  // namespace
+}  // namespace kivo::test
