@@ -45,19 +45,27 @@ struct Comparison {
     double Ratio() const { return measured.Quantile(0.5) / floor.Quantile(0.5); }
 };
 
-/// Runs both operations `rounds` times in turn, after a tenth as many rounds that do not count.
-template <typename Operation, typename Floor>
-Comparison Compare(std::string key, double aim, int rounds, Operation&& operation, Floor&& floor) {
-    for (int i = 0; i < rounds / 10; ++i) {
-        operation();
-        floor();
-    }
+/// Runs both operations `rounds` times in turn, after a tenth as many rounds that do not count;
+/// before each of them `prepare`, which is not timed.
+template <typename Preparation, typename Operation, typename Floor>
+Comparison Compare(std::string key, double aim, int rounds, Preparation&& prepare,
+                   Operation&& operation, Floor&& floor) {
     Comparison comparison{std::move(key), aim, {}, {}};
-    for (int i = 0; i < rounds; ++i) {
-        comparison.measured.Time(operation);
-        comparison.floor.Time(floor);
+    for (int i = -rounds / 10; i < rounds; ++i) {
+        Samples ignored;
+        prepare();
+        (i < 0 ? ignored : comparison.measured).Time(operation);
+        prepare();
+        (i < 0 ? ignored : comparison.floor).Time(floor);
     }
     return comparison;
+}
+
+/// The same where nothing is to be prepared.
+template <typename Operation, typename Floor>
+Comparison Compare(std::string key, double aim, int rounds, Operation&& operation, Floor&& floor) {
+    return Compare(
+        std::move(key), aim, rounds, [] {}, operation, floor);
 }
 
 /// Prints what bench/table.py reads: one JSON object, the comparisons by key.
