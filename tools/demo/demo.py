@@ -10,7 +10,7 @@ import signal
 import sys
 import time
 
-from programs import DAEMON, ControlCenter, interrupt
+from programs import DAEMON, ControlCenter, interrupt, request_status
 from session import LANGUAGE_TABLE, Session
 from truth import Desktop
 
@@ -21,8 +21,7 @@ class Demonstration:
     def __init__(self, session):
         self._session = session
         self._desktop = Desktop(session.environment)
-        self._started = time.monotonic()
-        self._checks = 0
+        self.asked = 0
         self.wrong = 0
 
     def run(self):
@@ -32,9 +31,8 @@ class Demonstration:
         self._ask_for_the_pointer()
         self._ask_by_title()
         self._ask_for_targets()
+        self._ask_for_the_status()
         self._say_goodbye()
-        print(f"\n{self._checks - self.wrong} of {self._checks} answers right, "
-              f"in {time.monotonic() - self._started:.1f} s")
 
     # Telling and judging.
 
@@ -42,20 +40,24 @@ class Demonstration:
         print(f"\n{text}", flush=True)
 
     def _judge(self, what, told, wanted, source):
-        """Prints one answer beside what it should be."""
-        right = told == wanted
-        self._checks += 1
-        self.wrong += not right
-        verdict = "right" if right else f"WRONG, it should be {wanted}"
-        print(f"  {what:52} {str(told):26} {verdict}, says {source}", flush=True)
+        """Prints one answer and whether it is what `source` says."""
+        self.asked += 1
+        self.wrong += told != wanted
+        verdict = f"right ({source})" if told == wanted else f"WRONG: {wanted} ({source})"
+        print(f"  {what:44} {told:38} {verdict}", flush=True)
 
-    def _expect(self, what, code, field, wanted, source):
-        """The next notification must be of this code and carry this value."""
-        told = self._center.next_notification() or {}
-        self._judge(f"{what}:", (told.get("code"), told.get(field)), (code, wanted), source)
+    def _expect(self, what, wanted, source):
+        """The next thing that the daemon tells must be this."""
+        self._judge(what, in_words(self._center.next_notification()), wanted, source)
 
-    def _ask(self, question):
-        return self._center.ask(question)
+    def _ask(self, question, wanted, source, note=""):
+        told = in_words(self._center.ask(question))
+        self._judge(question + note, told, wanted() if callable(wanted) else wanted, source)
+
+    def _frame(self, name):
+        """Where a window is, by another source than the daemon."""
+        x, y, width, height = self._desktop.frame(self._windows[name])
+        return f"at {x}, {y}, size {width} x {height}"
 
     # The steps.
 
@@ -63,94 +65,114 @@ class Demonstration:
         self._windows = {name: self._desktop.window_named(name) for name in
                          ("Mischpult", "Spuren", "Notizen", "Protokoll", "Calculator")}
         self._say("A desktop: an editor with three windows (GTK), a terminal and a calculator (X11)")
-        for window in self._windows.values():
-            print(f"  {self._desktop.title(window):52} {self._desktop.frame(window)}")
-        self._desktop.activate(self._windows["Protokoll"])
+        for name, window in self._windows.items():
+            print(f"  {self._desktop.title(window):44} {self._frame(name)}")
 
     def _connect(self):
-        self._say("The control center takes its port, the daemon starts and tells")
-        self._center = ControlCenter(self._session)
-        self._daemon = self._session.start(DAEMON, stderr=None)
-        self._expect("it has connected", "KiCt", "identity", "KIVB", "the protocol")
-        self._expect("the language", "ZSLg", "language", "German", "LANGUAGE=de")
-        self._expect("the front application by its signature", "KiFA", "signature", "XTRM",
-                     "the terminal's desktop file")
+        self._desktop.activate(self._windows["Protokoll"])
+        self._say("The control center takes its port; the daemon starts, and tells")
+        self._center = ControlCenter(self._session, units=2, channels=16)
+        self._daemon = self._session.start_logged(DAEMON)
+        self._expect("at once", "KiCt: KIVB", "the protocol")
+        self._expect("a tick later, its language", "ZSLg: German", "LANGUAGE=de")
+        self._expect("and what is in front: the terminal", "KiFA: XTRM",
+                     "the signature in its desktop file")
 
     def _switch_applications(self):
-        self._say("Another application comes to the front, and the daemon tells")
-        for name, application, code, field, wanted, source in (
-                ("Spuren", "editor", "KiFI", "bundleIdentifier", "org.xfce.mousepad",
-                 "its application id"),
-                ("Calculator", "calculator", "KiFI", "bundleIdentifier", "XCalc", "its window class"),
-                ("Protokoll", "terminal", "KiFA", "signature", "XTRM", "its desktop file"),
-                ("Spuren", "editor", "KiFI", "bundleIdentifier", "org.xfce.mousepad",
-                 "its application id")):
+        self._say("Another window comes to the front, and the daemon tells")
+        for name, what, wanted, source in (
+                ("Spuren", "the editor", "KiFI: org.xfce.mousepad", "its application id"),
+                ("Calculator", "the calculator", "KiFI: XCalc", "its window class"),
+                ("Protokoll", "the terminal", "KiFA: XTRM", "its desktop file"),
+                ("Mischpult", "the editor", "KiFI: org.xfce.mousepad", "its application id")):
             self._desktop.activate(self._windows[name])
-            self._expect(f"the {application} is in front", code, field, wanted, source)
+            self._expect(what, wanted, source)
         self._desktop.activate(self._windows["Notizen"])
-        told = self._center.next_notification(0.3)
-        self._judge("another window of the same application:", told, None, "the protocol")
+        told = in_words(self._center.next_notification(seconds=0.3))
+        self._judge("another window of the editor", told, "nothing", "the application is the same")
 
     def _ask_for_the_pointer(self):
         self._say("Where is the pointer?")
-        for place in ((333, 222), (0, 0), (1279, 799)):
-            self._desktop.move_pointer(*place)
-            told = self._ask("pointer")
-            self._judge(f"moved to {place}:", (told.get("x"), told.get("y")),
-                        self._desktop.pointer(), "xdotool")
+        for x, y in ((333, 222), (0, 0), (1279, 799)):
+            self._desktop.move_pointer(x, y)
+            self._ask("pointer", lambda: "at {}, {}".format(*self._desktop.pointer()), "xdotool")
 
     def _ask_by_title(self):
-        self._say("Where is the window with this title? (whole titles give the first window of the "
-                  "front\napplication, parts of titles none: see the limits in README.md)")
+        self._say("Where is the window of this title? (A whole title is answered with the first window "
+                  "of the\nfront application, a part of one with none: see the limits in README.md)")
         for name in ("Spuren", "Calculator", "Notizen"):
             window = self._windows[name]
             self._desktop.activate(window)
-            title = self._desktop.title(window)
-            told = self._ask(f"window {shlex.quote(title)}")
-            self._judge(f"{title}:", frame_of(told), self._desktop.frame(window), "xwininfo")
-            self._judge("  and it is still in front:", self._desktop.active_window(), window,
-                        "xdotool")
-        told = self._ask("window Notizen --partial")
-        self._judge("a part of the title, Notizen:", told.get("found"), False, "the protocol")
+            title = shlex.quote(self._desktop.title(window))
+            self._ask(f"window {title}", lambda name=name: self._frame(name), "xwininfo")
+            front = "in front" if self._desktop.active_window() == window else "not in front"
+            self._judge("  the window is then", front, "in front", "xdotool")
+        self._ask("window Notizen --partial", "no such window", "the protocol")
 
     def _ask_for_targets(self):
-        self._say(f"Which of these windows is open, and where? The language file says {LANGUAGE_TABLE}")
-        for front, question, index, found in (
+        self._say("Which of these windows is open in the front application? "
+                  f"In the language file for German:\n{LANGUAGE_TABLE}")
+        for front, targets, index, found in (
                 ("Spuren", "Mixer Tracks", 1, "Spuren"),
                 ("Mischpult", "Mixer Tracks", 0, "Mischpult"),
                 ("Mischpult", "Plug-ins Tracks", 1, "Spuren"),
                 ("Mischpult", "Tracks=Notes", 0, "Notizen"),
                 ("Notizen", "Plug-ins Mixer=Tracks", 1, "Spuren")):
             self._desktop.activate(self._windows[front])
-            told = self._ask(f"target {question}")
-            self._judge(f"{question}, {front} in front:", (told.get("index"), frame_of(told)),
-                        (index, self._desktop.frame(self._windows[found])), "xwininfo")
-        for question in ("Plug-ins", "Spuren", "Mixer"):
-            front = "Calculator" if question == "Mixer" else "Notizen"
+            self._ask(f"target {targets}", lambda: f"target {index} {self._frame(found)}", "xwininfo",
+                      f" ({front} in front)")
+        for front, targets, source in (
+                ("Notizen", "Plug-ins", "no window is called Effekte"),
+                ("Notizen", "Spuren", "no key of the language file"),
+                ("Calculator", "Mixer Tracks", "not in the front application")):
             self._desktop.activate(self._windows[front])
-            told = self._ask(f"target {question}")
-            self._judge(f"{question}, {front} in front:", told.get("found"), False,
-                        "the language file and the titles")
+            self._ask(f"target {targets}", "no such window", source, f" ({front} in front)")
+
+    def _ask_for_the_status(self):
+        self._say("What is the controller's status? (asked here in the daemon's place)")
+        units, channels = request_status(self._session)
+        self._judge("Stus", f"{units} units, {channels} channels", "2 units, 16 channels",
+                    "what kivoctl was told")
 
     def _say_goodbye(self):
         self._say("SIGINT")
-        while self._center.next_notification(0.3):
-            pass  # What the switches above had the daemon tell.
+        self._center.forget_notifications()
         status = interrupt(self._daemon)
-        self._expect("it goes", "KiDC", "identity", "KIVB", "the protocol")
-        self._judge("the daemon's exit status:", status, 0, "the protocol")
-        self._judge("the control center's exit status:", self._center.quit(), 0, "its manual")
+        self._expect("the daemon tells", "KiDC: KIVB", "the protocol")
+        self._judge("the daemon ends with status", str(status), "0", "the protocol")
+        self._judge("the control center ends with status", str(self._center.quit()), "0", "its manual")
 
 
-def frame_of(told):
-    return tuple(told.get(name) for name in ("x", "y", "width", "height"))
+def in_words(told):
+    """An answer or a notification of `kivoctl session --json`, shortly."""
+    if told is None:
+        return "nothing"
+    if "code" in told:
+        values = (told.get(name) for name in ("identity", "language", "signature", "bundleIdentifier"))
+        return f"{told['code']}: {next((value for value in values if value), '')}"
+    if told.get("found") is False:
+        return "no such window"
+    if "x" not in told:
+        return told.get("text", str(told))
+    words = f"at {told['x']}, {told['y']}"
+    if "width" in told:
+        words += f", size {told['width']} x {told['height']}"
+    return f"target {told['index']} {words}" if "index" in told else words
 
 
 def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    started = time.monotonic()
     with Session() as session:
         demonstration = Demonstration(session)
-        demonstration.run()
+        try:
+            demonstration.run()
+        finally:
+            if demonstration.wrong or sys.exc_info()[0]:
+                print(f"\nThe daemon's log:\n{session.log()}", flush=True)
+    right = demonstration.asked - demonstration.wrong
+    print(f"\n{right} of {demonstration.asked} answers right, "
+          f"in {time.monotonic() - started:.1f} s")
     return 1 if demonstration.wrong else 0
 
 

@@ -4,6 +4,8 @@ import json
 import pathlib
 import queue
 import signal
+import socket
+import struct
 import subprocess
 import threading
 
@@ -15,9 +17,10 @@ KIVOCTL = FOLDER / "kivoctl"
 class ControlCenter:
     """`kivoctl session`: takes questions by line and tells answers and notifications in JSON."""
 
-    def __init__(self, session):
-        self._process = session.start(KIVOCTL, "session", "--json", text=True,
-                                      stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None)
+    def __init__(self, session, units, channels):
+        self._process = session.start(
+            KIVOCTL, "session", "--json", "--units", units, "--channels", channels,
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None, text=True)
         self._answers = queue.Queue()
         self._notifications = queue.Queue()
         threading.Thread(target=self._read, daemon=True).start()
@@ -40,10 +43,27 @@ class ControlCenter:
         except queue.Empty:
             return None
 
+    def forget_notifications(self):
+        """Passes over what the daemon has told so far, and in its next tick."""
+        while self.next_notification(seconds=0.3):
+            pass
+
     def quit(self):
         """Has it end; returns its exit status."""
         self._process.stdin.close()
         return self._process.wait(timeout=5)
+
+
+def request_status(session):
+    """Sends the status request to the control center's port by hand, as docs/message-ports.md says;
+    returns units and channels."""
+    folder = pathlib.Path(session.environment["XDG_RUNTIME_DIR"]) / "kivo-message-ports"
+    with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as port:
+        port.settimeout(5)
+        port.connect(str(folder / "KivoDriver.port"))
+        port.sendall(struct.pack("<2sBBIiI", b"KP", 1, 2, 1, 0x53747573, 0))
+        reply = port.recv(16 + 28, socket.MSG_WAITALL)
+    return struct.unpack(">2I", reply[16:24])
 
 
 def interrupt(process, seconds=5):

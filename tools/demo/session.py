@@ -17,13 +17,19 @@ import time
 LANGUAGE_TABLE = {"Mixer": "Mischpult", "Tracks": "Spuren", "Notes": "Notizen", "Plug-ins": "Effekte"}
 DOCUMENTS = ["Mischpult.txt", "Spuren.txt", "Notizen.txt"]
 
-# A four-character signature is a key that desktop files do not have by themselves.
+# A signature is a key that desktop files do not have by themselves; a file of the same name in the
+# user's data folder comes before the system's.
 TERMINAL_DESKTOP_FILE = """[Desktop Entry]
 Type=Application
 Name=XTerm
 Exec=xterm
 StartupWMClass=XTerm
 X-CFBundleSignature=XTRM
+"""
+
+# The editor shows the names of its files without their folders.
+SETTINGS = """[org/xfce/mousepad/preferences/window]
+path-in-title=false
 """
 
 
@@ -57,12 +63,22 @@ class Session:
 
     def start(self, *command, **options):
         """Starts a program that is ended with the session; its chatter is dropped."""
-        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+        quiet = dict.fromkeys(("stdin", "stdout", "stderr"), subprocess.DEVNULL)
         process = subprocess.Popen([str(word) for word in command], env=self.environment,
-                                   cwd=self.folder / "home", stdin=subprocess.DEVNULL,
-                                   start_new_session=True, **{**quiet, **options})
+                                   cwd=self.folder / "home", start_new_session=True,
+                                   **quiet | options)
         self._undo.callback(end, process)
         return process
+
+    def start_logged(self, *command):
+        """Starts a program whose standard error is kept for `log`."""
+        with open(self.folder / "log", "ab") as log:
+            return self.start(*command, stderr=log)
+
+    def log(self):
+        """What the logged programs have said."""
+        path = self.folder / "log"
+        return path.read_text(errors="replace") if path.exists() else ""
 
     def _make_environment(self):
         folders = {name: self.folder / name for name in ("home", "run", "data", "config")}
@@ -75,7 +91,7 @@ class Session:
             "XDG_DATA_HOME": str(folders["data"]), "XDG_CONFIG_HOME": str(folders["config"]),
             "LANG": "C.UTF-8", "LANGUAGE": "de",
             # The applications manage without a message bus.
-            "GSETTINGS_BACKEND": "memory", "NO_AT_BRIDGE": "1", "GDK_BACKEND": "x11",
+            "GSETTINGS_BACKEND": "keyfile", "NO_AT_BRIDGE": "1", "GDK_BACKEND": "x11",
         }
 
     def _write_files(self):
@@ -83,7 +99,10 @@ class Session:
         (data / "Zynwerks").mkdir()
         (data / "Zynwerks" / "German.plist").write_bytes(plistlib.dumps(LANGUAGE_TABLE))
         (data / "applications").mkdir()
-        (data / "applications" / "xterm.desktop").write_text(TERMINAL_DESKTOP_FILE)
+        (data / "applications" / "debian-xterm.desktop").write_text(TERMINAL_DESKTOP_FILE)
+        settings = self.folder / "config" / "glib-2.0" / "settings"
+        settings.mkdir(parents=True)
+        (settings / "keyfile").write_text(SETTINGS)
         for name in DOCUMENTS:
             (self.folder / "home" / name).write_text(f"{name}\n")
 
