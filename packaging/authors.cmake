@@ -8,24 +8,26 @@ set(authorHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo")
 set(platformHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo-platform")
 set(packageFolder "${CMAKE_INSTALL_LIBDIR}/cmake/Kivo")
 
-# What no public header includes and no author needs: the object base class, the seams between the
-# rooms of the layer, the helpers of the payload classes.
-set(internalHeaders "^(CFRuntime|.*Seams|DesignedRetention|FieldRun|Truncation)\\.h$")
+# What no author needs: the object base class and the seams between the rooms of the layer, and the
+# helpers of the payload classes.
+set(internalHeaders
+    "^(CFRuntime|CF.*Seams|DesignedRetention|FieldRun|Truncation|UnitCodec)\\.h$")
 
-# Installs the public headers of a folder of the source tree.
-function(kivo_install_headers folder destination)
+# Installs the headers of a folder of the source tree whose names match, but no internal ones.
+function(kivo_install_headers folder names destination)
     file(GLOB headers CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/${folder}"
          "${PROJECT_SOURCE_DIR}/${folder}/*.h")
+    list(FILTER headers INCLUDE REGEX "${names}")
     list(FILTER headers EXCLUDE REGEX "${internalHeaders}")
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/${folder}/")
     install(FILES ${headers} DESTINATION "${destination}")
 endfunction()
 
-kivo_install_headers(ZYNCommon "${authorHeaders}/ZYNCommon")
-kivo_install_headers(PublicUtility "${authorHeaders}/PublicUtility")
+kivo_install_headers(ZYNCommon "." "${authorHeaders}/ZYNCommon")
+kivo_install_headers(PublicUtility "." "${authorHeaders}/PublicUtility")
 install(FILES "${PROJECT_SOURCE_DIR}/platform/CFRef.h" DESTINATION "${platformHeaders}")
-kivo_install_headers(platform/linux/CoreFoundation "${platformHeaders}/CoreFoundation")
-kivo_install_headers(platform/linux/CoreServices "${platformHeaders}/CoreServices")
+kivo_install_headers(platform/linux/CoreFoundation "^(CF|CoreFoundation)" "${platformHeaders}/CoreFoundation")
+kivo_install_headers(platform/linux/CoreServices "^CoreServices" "${platformHeaders}/CoreServices")
 
 set_target_properties(KivoCoreFoundation PROPERTIES EXPORT_NAME CoreFoundation)
 set_target_properties(KivoCoreServices PROPERTIES EXPORT_NAME CoreServices)
