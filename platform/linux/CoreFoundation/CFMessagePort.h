@@ -47,7 +47,9 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef allocator, CFStringRef 
                                           CFMessagePortCallBack callout,
                                           CFMessagePortContext* context, Boolean* shouldFreeInfo);
 /// The port of this name in another process or this one, or null when there is none. One object a
-/// name and process: a second call returns the same. Does not wait. Create rule.
+/// name and process: a second call returns the same, unless its owner has gone meanwhile, which
+/// gives null once. The port keeps itself until it is invalidated or its owner has gone. Does not
+/// wait. Create rule.
 CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name);
 
 Boolean CFMessagePortIsRemote(CFMessagePortRef port);
@@ -77,7 +79,7 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef
                                 CFStringRef replyMode, CFDataRef* returnData);
 
 /// The source by which a local port receives. Always the same one, retained anew; null for a port
-/// that is invalid or remote. Port and source keep each other until one is invalidated.
+/// that is invalid or remote. Port and source keep each other until the port is invalidated.
 CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef allocator,
                                                     CFMessagePortRef local, CFIndex order);
 

@@ -43,7 +43,7 @@ std::span<const UInt8> ReplyBytes(CFDataRef data) {
 
 }  // namespace
 
-/// Tells the loop of the port's clients. Keeps the port until one of the two is invalidated.
+/// Tells the loop of the port's clients. Keeps the port, which lets go of it when it ends.
 class LocalMessagePort::PortSource final : public RunLoopSource {
   public:
     PortSource(LocalMessagePort& port, CFIndex order)

@@ -48,11 +48,11 @@ struct DescriptorSourceContext {
 /// One descriptor source is served in each iteration of the loop, in turn. Create rule.
 CFRunLoopSourceRef CreateDescriptorSource(int descriptor, const DescriptorSourceContext& context);
 
-/// Runs the calling thread's loop in the default mode until `StopMainRun` was called,
-/// before or during the run; a run nested in a callback goes to its own end first.
+/// Runs the main thread's loop in the default mode until `StopMainRun` was called, before or during
+/// the run; a run nested in a callback goes to its own end first. CFRunLoopStop does not end it.
 void RunUntilStopped();
 
-/// Ends `RunUntilStopped` on the main thread. Async-signal-safe.
+/// Ends `RunUntilStopped` on the main thread, the present run or else the next. Async-signal-safe.
 void StopMainRun();
 
 }  // namespace kivo
