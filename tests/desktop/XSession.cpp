@@ -177,7 +177,6 @@ bool IsManaged(XClient& client, xcb_window_t window) {
 namespace {
 
 std::vector<std::string> CommandFor(const std::string& program) {
-    if (program == "xfwm4") return {program, "--compositor=off"};
     if (program == "i3") return {program, "-c", "/dev/null"};
     return {program};
 }
