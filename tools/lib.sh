@@ -4,7 +4,7 @@
 
 # Says what goes on, apart from the output of the programs that are run.
 kivo_say() {
-    printf '\033[1m==>\033[0m %s\n' "$*"
+    printf '==> %s\n' "$*"
 }
 
 kivo_fail() {
