@@ -106,8 +106,8 @@ const char kHelpSession[] =
     "Listens as `kivoctl listen` does and takes commands from standard input, one a\n"
     "line, with quotes as in a shell: pointer, window, target, tap and status as on\n"
     "the command line, `status UNITS CHANNELS` to set what the daemon is answered,\n"
-    "and quit. Answers and errors are printed among the messages. Ends with the input too,\n"
-    "unless --until, --count or --timeout is given.\n"
+    "and quit. Answers and errors are printed among the messages. Ends with the input\n"
+    "too, unless --until, --count or --timeout is given.\n"
     "\n" KIVOCTL_LISTEN_OPTIONS "\n" KIVOCTL_LISTEN_ENDING;
 
 }  // namespace kivo::ctl
