@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace kivo {
 
@@ -28,6 +29,9 @@ inline constexpr std::size_t kDesignedRetentionKinds = 6;
 /// them reachable: the leak checker then runs without a list of exceptions, and whatever it
 /// reports is a mistake. Elsewhere this does nothing. Null is not counted. Main thread only.
 void RetainByDesign(DesignedRetention kind, const void* object);
+/// The same for a reference that is a number in a table of the platform's, which keeps what it
+/// stands for; 0 is not counted.
+void RetainByDesign(DesignedRetention kind, std::uint32_t reference);
 
 /// How many objects of a kind were retained so far; always 0 without KIVO_COUNT_RETENTIONS.
 std::size_t CountDesignedRetentions(DesignedRetention kind);

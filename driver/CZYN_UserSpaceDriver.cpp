@@ -23,6 +23,7 @@ CZYN_UserSpaceDriver::CZYN_UserSpaceDriver()
     if (mLocalRunLoopSource == nullptr) return;
 
     CFRunLoopAddSource(CFRunLoopGetCurrent(), mLocalRunLoopSource, kCFRunLoopCommonModes);
+    MIDISignIn();
     // The only look for the control center in the life of the process.
     mRemotePort =
         new CACFRemoteMessagePort(kivo::MakeString(kivo::kControlCenterPortName).Get(), nullptr);
@@ -39,6 +40,7 @@ CZYN_UserSpaceDriver::~CZYN_UserSpaceDriver() {
         SendDisconnectMessage();
         delete mRemotePort;
     }
+    MIDISignOut();
     sSelf = nullptr;
 }
 

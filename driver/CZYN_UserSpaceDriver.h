@@ -2,11 +2,13 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
+#include <CoreMIDI/CoreMIDI.h>
 
 #include <string>
 #include <vector>
 
 #include "PublicUtility/CACFMessagePort.h"
+#include "ZYNCommon/ControllerNames.h"
 #include "ZYNCommon/ZYN_Driver_TargetWindowInfo.h"
 #include "driver/ZYN_EventTapper.h"
 #include "platform/CFRef.h"
@@ -21,12 +23,13 @@
 class CZYN_UserSpaceDriver {
   public:
     /// Takes the local port and, if that succeeded, starts up in a fixed order: run-loop source,
-    /// remote port, connect message, accessibility alert, watchdog. A step that fails is logged and
-    /// never tried again. Without the local port, which another daemon holds then, the object
-    /// stays idle.
+    /// MIDI, remote port, connect message, accessibility alert, watchdog. A step that fails is
+    /// survived and never tried again. Without the local port, which another daemon holds then, the
+    /// object stays idle.
     CZYN_UserSpaceDriver();
 
-    /// Stops the watchdog, says good-bye to the control center and gives the ports back.
+    /// Stops the watchdog, says good-bye to the control center, leaves MIDI and gives the message
+    /// ports back.
     virtual ~CZYN_UserSpaceDriver();
     CZYN_UserSpaceDriver(const CZYN_UserSpaceDriver&) = delete;
     CZYN_UserSpaceDriver& operator=(const CZYN_UserSpaceDriver&) = delete;
@@ -93,6 +96,27 @@ class CZYN_UserSpaceDriver {
     /// not terminated when it takes `length` bytes or more.
     void GetCurrentLanguage(char* destination, unsigned int length);
 
+    // Controller
+
+    /// Registers with MIDI and connects to the controller, if it is there. Nothing that fails is
+    /// reported or tried again: a controller that is plugged in later is not found.
+    void MIDISignIn();
+    /// Forgets the MIDI client and the connection, and leaves them to the end of the process.
+    void MIDISignOut();
+    /// Finds the controller and connects the input port to it; false when there is none.
+    bool DoConnect();
+    /// Finds the controller's first source and destination; on failure both stay as they were.
+    bool LocateController();
+    /// The first device of the controller's name, or 0.
+    MIDIDeviceRef LocateControllerDevice();
+    /// The device's first entity of the fixed name, or 0. Nothing uses the echo entity.
+    MIDIEntityRef LocateControllerPrivateEntity(MIDIDeviceRef device);
+    MIDIEntityRef LocateControllerEchoEntity(MIDIDeviceRef device);
+    /// Whether two names of fewer than `limit` characters are the same, case included.
+    bool NameCmp(const char* wanted, const char* found, unsigned int limit);
+    /// Takes what the controller sends, on a thread of the platform's, and does nothing with it.
+    static void HardwareReadProcEntry(const MIDIPacketList* packets, void* port, void* connection);
+
     // Windows of the front application
 
     /// The window list, front to back, owned by the caller; null when it cannot be had. `verbose`
@@ -155,6 +179,8 @@ class CZYN_UserSpaceDriver {
     void ReadVersion();
     bool SendIdentity(SInt32 msgid);
     void SendFrontApplication(unsigned int signature, CFStringRef bundleID);
+    MIDIEntityRef LocateEntity(MIDIDeviceRef device, const kivo::MIDIName& wanted);
+    bool IsNamed(MIDIObjectRef object, const kivo::MIDIName& wanted);
     AXUIElementRef RecognisedWindow(CFArrayRef windows, ZYN_Driver_TargetWindowInfo* candidates,
                                     unsigned int count, unsigned int& index);
     AXUIElementRef AlternateWindow(const ZYN_Driver_TargetWindowInfo& candidate);
@@ -169,6 +195,14 @@ class CZYN_UserSpaceDriver {
     bool mReservedFlag = false;
     bool mConnectState = false;
     CFRunLoopTimerRef mTimer = nullptr;
+    MIDIClientRef mMIDIClient = 0;
+    MIDIObjectRef mMIDIReserved1 = 0;
+    MIDIObjectRef mMIDIReserved2 = 0;
+    MIDIPortRef mInputPort = 0;
+    MIDIPortRef mOutputPort = 0;
+    MIDIEndpointRef mSource = 0;
+    MIDIEndpointRef mDestination = 0;
+    bool mConnected = false;
     bool mLanguageSent = false;
     char mLanguage[32] = {};
     CACFLocalMessagePort mLocalPort;

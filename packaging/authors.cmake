@@ -8,10 +8,10 @@ set(authorHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo")
 set(platformHeaders "${CMAKE_INSTALL_INCLUDEDIR}/kivo-platform")
 set(packageFolder "${CMAKE_INSTALL_LIBDIR}/cmake/Kivo")
 
-# What no author needs: the object base class and the seams between the rooms of the layer, and the
-# helpers of the payload classes.
+# What no author needs: the object base class and the seams between the rooms of the layer, the
+# helpers of the payload classes, and the controller's MIDI names.
 set(internalHeaders
-    "^(CFRuntime|CF.*Seams|DesignedRetention|FieldRun|Truncation|UnitCodec)\\.h$")
+    "^(CFRuntime|CF.*Seams|ControllerNames|DesignedRetention|FieldRun|Truncation|UnitCodec)\.h$")
 
 # Installs the headers of a folder of the source tree whose names match, but no internal ones.
 function(kivo_install_headers folder names destination)

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "CoreMIDI/MIDIClient.h"
+#include "CoreMIDI/MIDISeams.h"
 #include "CoreMIDI/Setup.h"
 
 namespace kivo::midi {
@@ -121,6 +122,16 @@ OSStatus CopyName(MIDIObjectRef object, CFStringRef property, CFStringRef& text)
 }
 
 }  // namespace
+
+std::size_t CountClients() {
+    return Shared().clients.size();
+}
+
+void ForgetEverything() {
+    Shared().clients.clear();
+    Shared().setup = Setup();
+}
+
 }  // namespace kivo::midi
 
 using namespace kivo::midi;

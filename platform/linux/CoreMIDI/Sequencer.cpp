@@ -1,6 +1,7 @@
 #include "CoreMIDI/Sequencer.h"
 
 #include "CoreMIDI/AlsaSequencer.h"
+#include "CoreMIDI/MIDISeams.h"
 
 namespace kivo::midi {
 namespace {

@@ -84,7 +84,4 @@ using SequencerOpener = std::function<OpenedSequencer(const std::string& clientN
 /// Opens the system's sequencer, or what was installed in its place.
 OpenedSequencer OpenSequencer(const std::string& clientName);
 
-/// Has connections made by `opener`, null for the system's sequencer again. For tests.
-void InstallSequencer(SequencerOpener opener);
-
 }  // namespace kivo::midi

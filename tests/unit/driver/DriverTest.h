@@ -15,6 +15,7 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/ScriptedControlCenter.h"
 #include "tests/support/ScriptedDesktop.h"
+#include "tests/support/ScriptedSequencer.h"
 #include "tests/support/VirtualClock.h"
 
 /// The tests' view of the driver's fields.
@@ -27,14 +28,19 @@ struct DriverProbe {
     bool LanguageSent() const { return driver.mLanguageSent; }
     bool TapEnabled() const { return driver.mTapEnabled; }
     bool HasTimer() const { return driver.mTimer != nullptr; }
+    bool Connected() const { return driver.mConnected; }
+    MIDIClientRef MIDIClient() const { return driver.mMIDIClient; }
+    MIDIPortRef InputPort() const { return driver.mInputPort; }
+    MIDIEndpointRef Source() const { return driver.mSource; }
+    MIDIEndpointRef Destination() const { return driver.mDestination; }
     const void* RemotePort() const { return driver.mRemotePort; }
     std::size_t LentWindowLists() const { return driver.mLentWindowLists.size(); }
 };
 
 namespace kivo::test {
 
-/// The daemon's code over a scripted desktop, in virtual time, with a control center in the same
-/// process where a test starts one.
+/// The daemon's code over a scripted desktop and sequencer, in virtual time, with a control center
+/// in the same process where a test starts one.
 class DriverTest : public testing::Test {
   protected:
     DriverTest() {
@@ -94,6 +100,7 @@ class DriverTest : public testing::Test {
     ScriptedWindow& Window(std::size_t number) { return desktop->windows[4711][number - 1]; }
 
     VirtualClock clock;
+    ScriptedSequencer sequencer;
     ScriptedDesktop* desktop = nullptr;
     std::unique_ptr<ScriptedControlCenter> controlCenter;
     std::unique_ptr<CZYN_UserSpaceDriver> driver;

@@ -62,6 +62,7 @@ TEST_F(LifecycleTest, PortNameTakenLeavesTheDaemonIdleAndSilent) {
     EXPECT_THAT(controlCenter->received, IsEmpty());
     EXPECT_FALSE(Probe().HasTimer());
     EXPECT_EQ(Probe().RemotePort(), nullptr);
+    EXPECT_THAT(sequencer.calls, IsEmpty());
     EXPECT_EQ(CZYN_UserSpaceDriver::Driver(), driver.get());
     driver.reset();
     Run(0.1);
