@@ -152,7 +152,8 @@ TEST_F(SyslogTest, ByWishGoesToStandardErrorWithTheProgramsName) {
 TEST_F(SyslogTest, APipeIsWatchedByDefault) {
     FakeSystemLog log;
     ErrorPipe pipe;
-    syslog(0, "no remote port (%p), %s", nullptr, "text");
+    const void* noPort = nullptr;
+    syslog(0, "no remote port (%p), %s", noPort, "text");
     EXPECT_EQ(pipe.Read(), ProcessName() + ": no remote port ((nil)), text\n");
     EXPECT_EQ(log.Receive(), "");
 }

@@ -1,7 +1,8 @@
 // What is this system's own about property lists: limits against hostile files, and where libplist
 // reads otherwise than the platform (docs/core-foundation.md lists the differences).
 
-#include <CoreFoundation/PropertyListNesting.h>
+#include <CoreFoundation/PropertyListLimits.h>
+#include <CoreFoundation/XMLNesting.h>
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -106,6 +107,35 @@ TEST(PropertyListLimits, CyclesAndWildReferencesAreRefused) {
     EXPECT_FALSE(Parse(Binary({"\xA1" + BigEndian(9, 2)})));
     EXPECT_FALSE(Parse(Binary({"\xAF\x13" + std::string(8, '\xFF')})));
     EXPECT_FALSE(Parse("bplist00"));
+}
+
+TEST(BinaryPropertyList, HoldsEachKindOfObject) {
+    const auto list = Parse(
+        Binary({"\xA8" + BigEndian(1, 2) + BigEndian(2, 2) + BigEndian(3, 2) + BigEndian(4, 2) +
+                    BigEndian(5, 2) + BigEndian(6, 2) + BigEndian(7, 2) + BigEndian(8, 2),
+                "\x08", "\x10\xFF", "\x13" + std::string(8, '\xFF'),
+                std::string("\x22\x40\x20\0\0", 5), std::string("\x33\x40\x20\0\0\0\0\0\0", 9),
+                "\x42\x01\x02", std::string("\x61\x65\xE5", 3), "\x5F\x10\x10sixteen letters!"}));
+    ASSERT_TRUE(list);
+    const auto description = Adopt(CFCopyDescription(list.Get()));
+    EXPECT_EQ(Utf8Text(description.Get()),
+              "(false, 255, -1, 2.5, 2001-01-01 00:00:08 +0000, <0102>, \xE6\x97\xA5, "
+              "sixteen letters!)");
+}
+
+TEST(BinaryPropertyList, RefusesWhatIsCutOffOrUnknown) {
+    for (const std::string object : {"\x12\x01", "\x33\x01", "\x45zz", "\x55zz", "\x65zz",
+                                     "\x80\x01", "\x14", "\x51\xE9", "\x0F", "\xC0", "\x5F\x51"})
+        EXPECT_FALSE(Parse(Binary({object}))) << testing::PrintToString(object);
+}
+
+TEST(BinaryPropertyList, KeysAreStringsAndMayHoldNul) {
+    EXPECT_FALSE(Parse(Binary({"\xD1" + BigEndian(1, 2) + BigEndian(1, 2), "\x10\x05"})));
+    const auto list = Parse(Binary({"\xD1" + BigEndian(1, 2) + BigEndian(1, 2), std::string("\x53"
+                                                                                            "a\0b",
+                                                                                            4)}));
+    ASSERT_TRUE(list);
+    EXPECT_EQ(CFDictionaryGetCount(static_cast<CFDictionaryRef>(list.Get())), 1);
 }
 
 TEST(PropertyListDifferences, ASecondTopObjectIsIgnored) {

@@ -1,12 +1,14 @@
 #include <CFRef.h>
+#include <CoreFoundation/BinaryPropertyList.h>
 #include <CoreFoundation/CFDataSeams.h>
 #include <CoreFoundation/CFPropertyList.h>
 #include <CoreFoundation/CFStringSeams.h>
 #include <CoreFoundation/OpenStepReader.h>
-#include <CoreFoundation/PropertyListNesting.h>
 #include <CoreFoundation/TextEncoding.h>
+#include <CoreFoundation/XMLNesting.h>
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -146,11 +148,7 @@ std::string_view AsText(Bytes bytes) {
 
 Object ReadBinary(Bytes bytes, std::string& error) {
     error = "Reading a binary property list: the data is damaged or nested too deeply.";
-    if (!kivo::IsBinaryNestedWithinLimit(bytes)) return {};
-    plist_t root = nullptr;
-    plist_from_bin(AsText(bytes).data(), static_cast<uint32_t>(bytes.size()), &root);
-    const NodeOwner owner(root);
-    return root != nullptr ? Import(root) : Object();
+    return kivo::ReadBinaryPropertyList(bytes);
 }
 
 Object ReadXML(std::string_view xml, std::string& error) {

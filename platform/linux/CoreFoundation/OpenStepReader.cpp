@@ -1,7 +1,7 @@
 #include <CoreFoundation/CFDataSeams.h>
 #include <CoreFoundation/CFStringSeams.h>
 #include <CoreFoundation/OpenStepReader.h>
-#include <CoreFoundation/PropertyListNesting.h>
+#include <CoreFoundation/PropertyListLimits.h>
 
 #include <algorithm>
 #include <array>

@@ -33,8 +33,9 @@
 
 // Without <syslog.h>: a hardened build defines `syslog` there itself, as a call of __syslog_chk.
 extern "C" {
-[[gnu::weak]] void syslog(int priority, const char* format, ...);
-[[gnu::weak]] void __syslog_chk(int priority, int flag, const char* format, ...);
+[[gnu::weak, gnu::format(printf, 2, 3)]] void syslog(int priority, const char* format, ...);
+[[gnu::weak, gnu::format(printf, 3, 4)]] void __syslog_chk(int priority, int flag,
+                                                           const char* format, ...);
 }
 
 namespace {
@@ -90,7 +91,7 @@ bool SendToSystemLog(const std::string& message) {
                   reinterpret_cast<const sockaddr*>(&address), sizeof address) >= 0;
 }
 
-void Log(int priority, const char* format, va_list arguments) {
+[[gnu::format(printf, 2, 0)]] void Log(int priority, const char* format, va_list arguments) {
     const int savedError = errno;
     std::array<char, 2048> formatted;
     if (std::vsnprintf(formatted.data(), formatted.size(), format, arguments) < 0) return;
