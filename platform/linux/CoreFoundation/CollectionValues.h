@@ -26,6 +26,8 @@ bool AreEqual(const CallBacks& callBacks, const void* one, const void* other) {
 template <typename CallBacks>
 std::string DescribeValue(const CallBacks& callBacks, const void* value) {
     if (callBacks.copyDescription == nullptr) return "<?>";
+    // Objects need no detour by a string object, which would be made anew at each level.
+    if (callBacks.copyDescription == CFCopyDescription) return AsObject(value).Description();
     const CFStringRef description = callBacks.copyDescription(value);
     const std::string text = Utf8Of(description);
     CFRelease(description);
