@@ -1,55 +1,69 @@
 #include <CFRef.h>
 #include <CoreServices/CoreServices.h>
 #include <CoreServices/FileReference.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <filesystem>
-#include <vector>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace {
 
-namespace fs = std::filesystem;
+// Paths are plain text here: a target request comes by once for each window of the front
+// application, and a path object costs more than the look at the folder.
 
-fs::path EnvironmentPath(const char* name) {
+bool IsFolder(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool Exists(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0;
+}
+
+bool HoldsMakersFolder(const std::string& folder) {
+    return IsFolder(folder + "/Zynwerks");
+}
+
+/// The value of an environment variable that holds one path; empty when it is not set or relative,
+/// which the XDG Base Directory Specification has ignored.
+std::string EnvironmentPath(const char* name) {
     const char* value = std::getenv(name);
-    const fs::path path = value != nullptr ? value : "";
-    // The XDG Base Directory Specification has relative paths ignored.
-    return path.is_absolute() ? path : fs::path();
+    return value != nullptr && *value == '/' ? value : std::string();
 }
 
 /// $XDG_DATA_HOME or its default; empty without a home.
-fs::path UserDataFolder() {
-    const fs::path folder = EnvironmentPath("XDG_DATA_HOME");
+std::string UserDataFolder() {
+    std::string folder = EnvironmentPath("XDG_DATA_HOME");
     if (!folder.empty()) return folder;
-    const fs::path home = EnvironmentPath("HOME");
-    return home.empty() ? home : home / ".local/share";
+    const std::string home = EnvironmentPath("HOME");
+    return home.empty() ? home : home + "/.local/share";
 }
 
-/// $XDG_DATA_DIRS or its default.
-std::vector<fs::path> SystemDataFolders() {
+/// The first folder of $XDG_DATA_DIRS, or its default, with the maker's folder in it; empty when
+/// there is none.
+std::string SystemDataFolder() {
     const char* value = std::getenv("XDG_DATA_DIRS");
     const bool isSet = value != nullptr && *value != '\0';
     std::string_view list = isSet ? value : "/usr/local/share:/usr/share";
-    std::vector<fs::path> folders;
     while (!list.empty()) {
-        const std::string_view entry = list.substr(0, list.find(':'));
-        const fs::path folder = entry;
-        if (folder.is_absolute()) folders.push_back(folder);
-        list.remove_prefix(std::min(entry.size() + 1, list.size()));
+        const std::string folder(list.substr(0, list.find(':')));
+        if (folder.starts_with('/') && HoldsMakersFolder(folder)) return folder;
+        list.remove_prefix(std::min(folder.size() + 1, list.size()));
     }
-    return folders;
+    return {};
 }
 
 /// The data folder with the maker's folder in it; the user's when there is none.
-fs::path ApplicationSupportFolder() {
-    const fs::path userFolder = UserDataFolder();
-    std::vector<fs::path> folders = SystemDataFolders();
-    if (!userFolder.empty()) folders.insert(folders.begin(), userFolder);
-    std::error_code error;
-    for (const fs::path& folder : folders)
-        if (fs::is_directory(folder / "Zynwerks", error)) return folder;
-    return userFolder;
+std::string ApplicationSupportFolder() {
+    const std::string userFolder = UserDataFolder();
+    if (!userFolder.empty() && HoldsMakersFolder(userFolder)) return userFolder;
+    const std::string systemFolder = SystemDataFolder();
+    return systemFolder.empty() ? userFolder : systemFolder;
 }
 
 /// The name of a file in the bytes of a path; empty when it cannot be one.
@@ -70,10 +84,9 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean, FSRef* fo
     if (foundRef == nullptr) return paramErr;
     if (vRefNum != kOnSystemDisk) return nsvErr;
     if (folderType != kApplicationSupportFolderType) return dirNFErr;
-    const fs::path folder = ApplicationSupportFolder();
-    std::error_code error;
-    if (!fs::is_directory(folder, error)) return fnfErr;
-    kivo::MakeReference(folder.native(), *foundRef);
+    const std::string folder = ApplicationSupportFolder();
+    if (!IsFolder(folder)) return fnfErr;
+    kivo::MakeReference(folder, *foundRef);
     return noErr;
 }
 
@@ -85,22 +98,19 @@ OSErr FSMakeFSRefUnicode(const FSRef* parentRef, UniCharCount nameLength, const 
     const std::string fileName = FileName(nameLength, name);
     if (fileName.empty()) return bdNamErr;
     const std::optional<std::string> parent = kivo::PathOfReference(*parentRef);
-    std::error_code error;
-    if (!parent || !fs::is_directory(*parent, error)) return dirNFErr;
-    const fs::path path = fs::path(*parent) / fileName;
-    if (!fs::exists(path, error)) return fnfErr;
-    kivo::MakeReference(path.native(), *newRef);
+    if (!parent || !IsFolder(*parent)) return dirNFErr;
+    const std::string path = *parent + '/' + fileName;
+    if (!Exists(path)) return fnfErr;
+    kivo::MakeReference(path, *newRef);
     return noErr;
 }
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* fsRef) {
     const std::optional<std::string> path = kivo::PathOfReference(*fsRef);
     if (!path) return nullptr;
-    std::error_code error;
-    const bool isDirectory = fs::is_directory(*path, error);
-    return CFURLCreateFromFileSystemRepresentation(allocator,
-                                                   reinterpret_cast<const UInt8*>(path->data()),
-                                                   static_cast<CFIndex>(path->size()), isDirectory);
+    return CFURLCreateFromFileSystemRepresentation(
+        allocator, reinterpret_cast<const UInt8*>(path->data()), static_cast<CFIndex>(path->size()),
+        IsFolder(*path));
 }
 
 OSType UTGetOSTypeFromString(CFStringRef inString) {
