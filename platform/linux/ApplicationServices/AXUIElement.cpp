@@ -14,6 +14,18 @@
 #include "CFRef.h"
 #include "desktop/Desktop.h"
 
+/// What an application's element and a window's have in common: attributes looked up by name.
+struct __AXUIElement : public kivo::CFObject {
+  public:
+    CFTypeID TypeID() const override { return AXUIElementGetTypeID(); }
+
+    /// Writes `value`, under the Copy rule, on success only.
+    virtual AXError CopyAttribute(CFStringRef name, CFTypeRef& value) const = 0;
+    virtual AXError SetAttribute(CFStringRef, CFTypeRef) const {
+        return kAXErrorAttributeUnsupported;
+    }
+};
+
 namespace kivo {
 namespace {
 
@@ -31,35 +43,16 @@ AXError ErrorOf(desktop::Status status) {
     return kAXErrorFailure;
 }
 
-/// What an application's element and a window's have in common: attributes looked up by name.
-class Element : public CFObject {
-  public:
-    CFTypeID TypeID() const override { return AXUIElementGetTypeID(); }
-
-    virtual AXError CopyAttribute(CFStringRef name, CFTypeRef& value) const = 0;
-    virtual AXError SetAttribute(CFStringRef, CFTypeRef) const {
-        return kAXErrorAttributeUnsupported;
-    }
-
-  protected:
-    /// The caller's new reference to an element that `new` made.
-    static CFTypeRef Reference(const Element* element) {
-        return static_cast<const CFObject*>(element);
-    }
-};
-
 AXError HandOut(CFTypeRef made, CFTypeRef& value) {
     if (made == nullptr) return kAXErrorFailure;
     value = made;
     return kAXErrorSuccess;
 }
 
-class WindowElement final : public Element {
+class WindowElement final : public __AXUIElement {
   public:
-    /// Makes an element under the Create rule.
-    static CFTypeRef Create(desktop::Window&& window) {
-        return Reference(new WindowElement(std::move(window)));
-    }
+    explicit WindowElement(desktop::Window&& window)
+        : mWindow(window.id), mListedTitle(std::move(window.title)) {}
 
     bool Equal(const CFObject& other) const override {
         const auto* window = dynamic_cast<const WindowElement*>(&other);
@@ -71,9 +64,6 @@ class WindowElement final : public Element {
     AXError SetAttribute(CFStringRef name, CFTypeRef value) const override;
 
   private:
-    explicit WindowElement(desktop::Window&& window)
-        : mWindow(window.id), mListedTitle(std::move(window.title)) {}
-
     AXError CopyRole(CFTypeRef& value) const { return HandOut(CFRetain(kAXWindowRole), value); }
     AXError CopyTitle(CFTypeRef& value) const;
     AXError CopyPosition(CFTypeRef& value) const;
@@ -136,12 +126,9 @@ AXError WindowElement::SetAttribute(CFStringRef name, CFTypeRef value) const {
     return ErrorOf(desktop::Current().MakeMain(mWindow));
 }
 
-class ApplicationElement final : public Element {
+class ApplicationElement final : public __AXUIElement {
   public:
-    /// Makes an element under the Create rule.
-    static CFTypeRef Create(pid_t processID) {
-        return Reference(new ApplicationElement(processID));
-    }
+    explicit ApplicationElement(pid_t processID) : mProcessID(processID) {}
 
     bool Equal(const CFObject& other) const override {
         const auto* application = dynamic_cast<const ApplicationElement*>(&other);
@@ -156,8 +143,6 @@ class ApplicationElement final : public Element {
     }
 
   private:
-    explicit ApplicationElement(pid_t processID) : mProcessID(processID) {}
-
     AXError CopyWindows(CFTypeRef& value) const;
 
     const pid_t mProcessID;
@@ -172,7 +157,7 @@ AXError ApplicationElement::CopyWindows(CFTypeRef& value) const {
     owned.reserve(windows.size());
     elements.reserve(windows.size());
     for (desktop::Window& window : windows) {
-        owned.push_back(Adopt(WindowElement::Create(std::move(window))));
+        owned.push_back(CFRef<CFTypeRef>::Adopt(new WindowElement(std::move(window))));
         elements.push_back(owned.back().Get());
     }
     return HandOut(CFArrayCreate(nullptr, elements.data(), static_cast<CFIndex>(elements.size()),
@@ -190,10 +175,6 @@ AXError WithoutExceptions(Answer answer) noexcept {
     }
 }
 
-const Element& ElementOf(AXUIElementRef element) {
-    return static_cast<const Element&>(AsObject(element));
-}
-
 }  // namespace
 }  // namespace kivo
 
@@ -204,7 +185,7 @@ CFTypeID AXUIElementGetTypeID() {
 
 AXUIElementRef AXUIElementCreateApplication(pid_t pid) {
     try {
-        return static_cast<AXUIElementRef>(kivo::ApplicationElement::Create(pid));
+        return new kivo::ApplicationElement(pid);
     } catch (...) {
         return nullptr;
     }
@@ -215,8 +196,7 @@ AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attrib
     if (element == nullptr || attribute == nullptr || value == nullptr) {
         return kAXErrorIllegalArgument;
     }
-    return kivo::WithoutExceptions(
-        [&] { return kivo::ElementOf(element).CopyAttribute(attribute, *value); });
+    return kivo::WithoutExceptions([&] { return element->CopyAttribute(attribute, *value); });
 }
 
 AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute,
@@ -224,6 +204,5 @@ AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribu
     if (element == nullptr || attribute == nullptr || value == nullptr) {
         return kAXErrorIllegalArgument;
     }
-    return kivo::WithoutExceptions(
-        [&] { return kivo::ElementOf(element).SetAttribute(attribute, value); });
+    return kivo::WithoutExceptions([&] { return element->SetAttribute(attribute, value); });
 }

@@ -31,33 +31,29 @@ std::size_t SizeOf(AXValueType type) {
     }
 }
 
-class AXValue final : public CFObject {
+}  // namespace
+}  // namespace kivo
+
+struct __AXValue final : public kivo::CFObject {
   public:
-    AXValue(AXValueType type, const void* value) : mType(type) {
-        std::memcpy(mBytes.data(), value, SizeOf(type));
+    __AXValue(AXValueType type, const void* value) : mType(type) {
+        std::memcpy(mBytes.data(), value, kivo::SizeOf(type));
     }
 
     CFTypeID TypeID() const override { return AXValueGetTypeID(); }
     bool Equal(const CFObject& other) const override {
-        const auto& value = static_cast<const AXValue&>(other);
+        const auto& value = static_cast<const __AXValue&>(other);
         return mType == value.mType && Bytes() == value.Bytes();
     }
     CFHashCode Hash() const override { return std::hash<std::string_view>()(Bytes()) ^ mType; }
 
     AXValueType Type() const { return mType; }
-    std::string_view Bytes() const { return {mBytes.data(), SizeOf(mType)}; }
+    std::string_view Bytes() const { return {mBytes.data(), kivo::SizeOf(mType)}; }
 
   private:
     AXValueType mType;
     std::array<char, sizeof(CGRect)> mBytes{};  // no value is larger
 };
-
-const AXValue& ValueOf(AXValueRef object) {
-    return static_cast<const AXValue&>(AsObject(object));
-}
-
-}  // namespace
-}  // namespace kivo
 
 CFTypeID AXValueGetTypeID() {
     static const CFTypeID id = kivo::RegisterType("AXValue");
@@ -66,18 +62,15 @@ CFTypeID AXValueGetTypeID() {
 
 AXValueRef AXValueCreate(AXValueType type, const void* value) {
     if (value == nullptr || kivo::SizeOf(type) == 0) return nullptr;
-    const kivo::CFObject* object = new (std::nothrow) kivo::AXValue(type, value);
-    return static_cast<AXValueRef>(static_cast<const void*>(object));
+    return new (std::nothrow) __AXValue(type, value);
 }
 
 AXValueType AXValueGetType(AXValueRef object) {
-    return kivo::ValueOf(object).Type();
+    return object->Type();
 }
 
 Boolean AXValueGetValue(AXValueRef object, AXValueType type, void* value) {
-    if (object == nullptr || value == nullptr) return false;
-    const kivo::AXValue& held = kivo::ValueOf(object);
-    if (held.Type() != type) return false;
-    std::memcpy(value, held.Bytes().data(), held.Bytes().size());
+    if (object == nullptr || value == nullptr || object->Type() != type) return false;
+    std::memcpy(value, object->Bytes().data(), object->Bytes().size());
     return true;
 }
