@@ -67,6 +67,7 @@ kivo_build() {
     local preset=$1
     shift
     kivo_say "Building ($preset)"
+    mkdir -p build
     cmake --preset "$preset" -Wno-dev >"build/$preset.configure.log" 2>&1 ||
         { cat "build/$preset.configure.log"; kivo_fail "configuring $preset failed"; }
     cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"}
