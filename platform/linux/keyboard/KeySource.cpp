@@ -1,6 +1,11 @@
 #include "keyboard/KeySource.h"
 
+#include <cstdlib>
+#include <string_view>
 #include <utility>
+
+#include <Workspace.h>
+#include "keyboard/x11/X11KeySource.h"
 
 namespace kivo::keyboard {
 namespace {
@@ -14,7 +19,12 @@ std::function<std::unique_ptr<KeySource>()>& InstalledMaker() {
 
 std::unique_ptr<KeySource> ChooseSource() {
     if (const auto& make = InstalledMaker()) return make();
-    return nullptr;
+    const char* const wish = std::getenv("KIVO_KEYBOARD");
+    const std::string_view only = wish == nullptr ? "" : wish;
+    std::unique_ptr<KeySource> source;
+    if (only.empty() || only == "x11") source = x11::X11KeySource::Open();
+    if (source) NSLog(CFSTR("Key events come from %s"), source->Name());
+    return source;
 }
 
 void InstallSource(std::function<std::unique_ptr<KeySource>()> make) {

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <linux/input-event-codes.h>
+
+#include <array>
+#include <atomic>
+#include <bitset>
+#include <chrono>
+#include <cstdint>
+
+/// What the daemon and its guard say to each other, over a pair of packet sockets and a page of
+/// memory that both have. Both come from one build, so records travel as they lie in memory.
+namespace kivo::keyboard {
+
+/// The guard's end of the pair; the daemon has it there when it starts the guard.
+inline constexpr int kGuardSocket = 3;
+
+/// How often the daemon shows that it makes progress while it holds keyboards.
+inline constexpr std::chrono::milliseconds kBeat{100};
+/// How often the guard looks, and after how many looks without progress in a row it acts. Looks are
+/// counted rather than time, so that a machine that stands still as a whole is no reason to act;
+/// together they are well under the second in which the keyboard has to work again.
+inline constexpr std::chrono::milliseconds kLook{50};
+inline constexpr int kLooksWithoutProgress = 15;
+
+/// The page that both have.
+struct GuardPage {
+    std::atomic<std::uint32_t> beats{0};
+    /// Set by the guard before it frees anything: the daemon must touch the keyboards no more.
+    std::atomic<std::uint32_t> isFreed{0};
+
+    /// By device slot, the keys that the session has down from the keyboard itself, a bit a key:
+    /// they were pressed before the keyboard was held.
+    static constexpr std::size_t kSlots = 16;
+    static constexpr std::size_t kWords = (KEY_CNT + 63) / 64;
+    std::array<std::array<std::atomic<std::uint64_t>, kWords>, kSlots> downBefore{};
+};
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+
+/// From the daemon.
+enum class GuardOrder : std::uint32_t {
+    kTakePage,      ///< with the page's descriptor; the first
+    kWatchX11,      ///< `number` is a resource of the tap's connection, `text` the display
+    kWatchDevice,   ///< `number` is the slot; with the device's descriptor and that of its clone
+    kForgetDevice,  ///< `number` is the slot
+    kArm,           ///< keyboards are held: progress is expected
+    kDisarm,
+};
+
+struct GuardMessage {
+    GuardOrder order = GuardOrder::kTakePage;
+    std::uint32_t number = 0;
+    std::array<char, 248> text{};
+};
+
+/// From the guard.
+enum class GuardReport : std::uint32_t {
+    kReady,  ///< what it was told to watch it can free
+    kFreed,  ///< it has freed the keyboards
+};
+
+}  // namespace kivo::keyboard

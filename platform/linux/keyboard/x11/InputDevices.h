@@ -1,0 +1,52 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <bitset>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "keyboard/KeyCodes.h"
+
+/// The keyboards of an X server. Each question waits for the server's answer.
+namespace kivo::keyboard::x11 {
+
+using DeviceNumber = std::uint16_t;
+/// By X11's keycodes.
+using KeySet = std::bitset<256>;
+
+/// X11 numbers keys from 8 on, as the servers on Linux do with the kernel's numbers.
+inline constexpr KeyCode kFirstKeycode = 8;
+
+struct Keyboard {
+    DeviceNumber number = 0;
+    std::string name;
+    /// Keys that programs type come from this one (the extension XTEST).
+    bool isForPrograms = false;
+};
+
+/// Whether the server has what a tap needs: its input, test and keyboard extensions, and keyboards
+/// of its own rather than those of a Wayland compositor, which shows it but a part of the keys.
+bool CanHoldKeys(xcb_connection_t* connection);
+
+/// The keyboards that are enabled and attached to the session's. Buttons of the case, which the
+/// server takes for keyboards, are left out.
+std::vector<Keyboard> AttachedKeyboards(xcb_connection_t* connection);
+
+/// The keyboard for programs; none when the server has none.
+std::optional<DeviceNumber> KeyboardForPrograms(xcb_connection_t* connection);
+
+/// The keys that are down on one keyboard; none when it is gone.
+KeySet KeysDownOn(xcb_connection_t* connection, DeviceNumber keyboard);
+
+/// The keys that are down in the session.
+KeySet KeysDownInSession(xcb_connection_t* connection);
+
+xcb_window_t RootWindow(xcb_connection_t* connection);
+
+/// Types a key on the keyboard for programs. Does not wait.
+void TypeKey(xcb_connection_t* connection, std::uint8_t keycode, bool isDown);
+
+}  // namespace kivo::keyboard::x11

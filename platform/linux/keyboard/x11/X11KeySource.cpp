@@ -1,0 +1,424 @@
+#include "keyboard/x11/X11KeySource.h"
+
+#include <linux/input-event-codes.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+#include <xcb/xinput.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include <Workspace.h>
+
+namespace kivo::keyboard::x11 {
+namespace {
+
+using Event = Reply<xcb_generic_event_t>;
+
+/// How an event mask of the input extension travels: a header and the mask.
+struct InputMask {
+    xcb_input_event_mask_t header;
+    std::uint32_t mask;
+};
+
+constexpr std::uint32_t kKeyMask =
+    XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+constexpr std::uint32_t kRawKeyMask =
+    XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
+
+template <typename Contents>
+const Contents& As(const void* event) {
+    return *static_cast<const Contents*>(event);
+}
+
+KeyCode CodeOf(std::uint32_t keycode) {
+    return static_cast<KeyCode>(keycode - kFirstKeycode);
+}
+
+std::uint8_t KeycodeOf(KeyCode code) {
+    return static_cast<std::uint8_t>(code + kFirstKeycode);
+}
+
+std::vector<KeyCode> CodesOf(const KeySet& keys) {
+    std::vector<KeyCode> codes;
+    for (std::size_t key = kFirstKeycode; key < keys.size(); ++key) {
+        if (keys[key]) codes.push_back(CodeOf(static_cast<std::uint32_t>(key)));
+    }
+    return codes;
+}
+
+}  // namespace
+
+std::unique_ptr<X11KeySource> X11KeySource::Open() {
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection) != 0 || !CanHoldKeys(connection)) {
+        xcb_disconnect(connection);
+        return nullptr;
+    }
+    return std::unique_ptr<X11KeySource>(new X11KeySource(connection));
+}
+
+X11KeySource::X11KeySource(xcb_connection_t* connection)
+    : mConnection(connection),
+      mRoot(RootWindow(connection)),
+      mResource(xcb_generate_id(connection)),
+      mForPrograms(KeyboardForPrograms(connection).value_or(0)),
+      mPoll(epoll_create1(EPOLL_CLOEXEC)),
+      mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    xcb_create_window(connection, 0, mResource, mRoot, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_flush(connection);
+    Watch(xcb_get_file_descriptor(connection));
+    Watch(mWake.Get());
+    Watch(mBeat.Get());
+}
+
+X11KeySource::~X11KeySource() {
+    xcb_disconnect(mConnection);
+}
+
+void X11KeySource::Watch(int descriptor) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
+}
+
+/// Waiting for a reply may have read events, of which the descriptor then tells nothing.
+void X11KeySource::Wake() {
+    xcb_flush(mConnection);
+    eventfd_write(mWake.Get(), 1);
+}
+
+// Holding
+
+void X11KeySource::Hold() {
+    if (mIsLost) return;
+    mIsHolding = true;
+    StartGuard();
+    if (mIsGuardReady) GrabAll();
+}
+
+void X11KeySource::LetGo() {
+    mIsHolding = false;
+    if (mIsLost || !mIsListening) return;
+    SelectEvents(true);
+    CopyRepeatRate();
+    UngrabAll();
+    StopListening();
+    Wake();
+}
+
+void X11KeySource::SelectEvents(bool isListening) {
+    const std::uint32_t hierarchy = XCB_INPUT_XI_EVENT_MASK_HIERARCHY;
+    const InputMask mask{{XCB_INPUT_DEVICE_ALL, 1}, hierarchy | (isListening ? kRawKeyMask : 0)};
+    xcb_input_xi_select_events(mConnection, mRoot, 1, &mask.header);
+    constexpr std::uint16_t kChanges = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY |
+                                       XCB_XKB_EVENT_TYPE_MAP_NOTIFY |
+                                       XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
+    xcb_xkb_select_events(mConnection, kSessionKeyboard, kChanges, 0, kChanges, 0xFF, 0xFF,
+                          nullptr);
+}
+
+void X11KeySource::GrabAll() {
+    SelectEvents(false);
+    SetBeating(true);
+    mIsListening = true;
+    mMap = KeyboardMap::Read(mConnection, mForPrograms);
+    if (!mMapBefore) mMapBefore = mMap;
+    for (const Keyboard& keyboard : AttachedKeyboards(mConnection)) {
+        Grab(keyboard.number);
+    }
+    ReadCapsLock();
+    Wake();
+}
+
+X11KeySource::Keyboards::iterator X11KeySource::Find(DeviceNumber number) {
+    return std::find_if(mKeyboards.begin(), mKeyboards.end(),
+                        [number](const auto& one) { return one.second.number == number; });
+}
+
+bool X11KeySource::RequestGrab(DeviceNumber number) {
+    const auto cookie = xcb_input_xi_grab_device(mConnection, mRoot, XCB_CURRENT_TIME, XCB_NONE,
+                                                 number, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                                                 XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &kKeyMask);
+    const Reply<xcb_input_xi_grab_device_reply_t> reply(
+        xcb_input_xi_grab_device_reply(mConnection, cookie, nullptr));
+    if (reply && reply->status == XCB_GRAB_STATUS_SUCCESS) return true;
+    NSLog(CFSTR("Keyboard %d is not held (status %d): if another program has grabbed it, end that "
+                "program and switch forwarding on again"),
+          static_cast<int>(number), reply ? reply->status : -1);
+    return false;
+}
+
+void X11KeySource::Grab(DeviceNumber number) {
+    // Once it is grabbed the keyboard's map does not follow the session's any more.
+    KeyboardMap map = KeyboardMap::Read(mConnection, number);
+    if (!RequestGrab(number)) return;
+    const auto known = Find(number);
+    const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
+    mKeyboards[id] = {number, std::move(map), true};
+    mGate->Open(id, CodesOf(KeysDownOn(mConnection, number)));
+}
+
+void X11KeySource::UngrabAll() {
+    for (auto& [id, keyboard] : mKeyboards) {
+        if (!keyboard.isGrabbed) continue;
+        xcb_input_xi_ungrab_device(mConnection, XCB_CURRENT_TIME, keyboard.number);
+        keyboard.isGrabbed = false;
+    }
+}
+
+/// Leaves the keyboards to which nothing is owed, and all events when none is left.
+void X11KeySource::StopListening() {
+    if (mIsHolding || !mIsListening) return;
+    for (auto one = mKeyboards.begin(); one != mKeyboards.end();) {
+        if (mGate->IsOwing(one->first)) {
+            ++one;
+            continue;
+        }
+        mGate->Leave(one->first);
+        one = mKeyboards.erase(one);
+    }
+    if (!mKeyboards.empty()) return;
+    mIsListening = false;
+    if (mMap != mMapBefore) mMapBefore.Write(mConnection, mForPrograms);
+    mMapBefore = {};
+    mTyped = {};
+    const InputMask nothing{{XCB_INPUT_DEVICE_ALL, 1}, 0};
+    xcb_input_xi_select_events(mConnection, mRoot, 1, &nothing.header);
+    SetBeating(false);
+}
+
+void X11KeySource::SetBeating(bool isBeating) {
+    const auto nanoseconds =
+        isBeating ? std::chrono::duration_cast<std::chrono::nanoseconds>(kBeat).count() : 0;
+    const itimerspec interval{{0, nanoseconds}, {0, nanoseconds}};
+    timerfd_settime(mBeat.Get(), 0, &interval, nullptr);
+    mGuard.Arm(isBeating);
+}
+
+// What the gate says
+
+void X11KeySource::Press(DeviceID device, KeyCode code) {
+    const std::uint8_t keycode = KeycodeOf(code);
+    if (mTyped[keycode]++ > 0) return;
+    UseMapOf(device);
+    TypeKey(mConnection, keycode, true);
+    xcb_flush(mConnection);
+    if (code == KEY_CAPSLOCK) ReadCapsLock();
+}
+
+void X11KeySource::Release(DeviceID device, KeyCode code, PressedBy by) {
+    const std::uint8_t keycode = KeycodeOf(code);
+    if (by == PressedBy::kGate) --mTyped[keycode];
+    if (mTyped[keycode] > 0) return;
+    UseMapOf(device);
+    TypeKey(mConnection, keycode, false);
+    xcb_flush(mConnection);
+}
+
+void X11KeySource::Close(DeviceID device) {
+    mKeyboards.erase(device);
+}
+
+// Events of the server
+
+void X11KeySource::Read() {
+    std::uint64_t count = 0;
+    eventfd_read(mWake.Get(), &count);
+    if (read(mBeat.Get(), &count, sizeof count) > 0) mGuard.Beat();
+    ReadGuard();
+    ReadServer();
+    StopListening();
+}
+
+void X11KeySource::ReadServer() {
+    while (!mIsLost) {
+        const Event event(xcb_poll_for_event(mConnection));
+        if (!event) break;
+        TakeEvent(*event);
+    }
+    if (!mIsLost && xcb_connection_has_error(mConnection) != 0) Lose();
+}
+
+void X11KeySource::TakeEvent(const xcb_generic_event_t& event) {
+    const auto type = event.response_type & 0x7F;
+    if (type == XCB_GE_GENERIC) {
+        return TakeInputEvent(As<xcb_ge_generic_event_t>(&event));
+    }
+    const auto* const keyboard = xcb_get_extension_data(mConnection, &xcb_xkb_id);
+    if (type == keyboard->first_event) TakeKeyboardEvent(event);
+}
+
+void X11KeySource::TakeInputEvent(const xcb_ge_generic_event_t& event) {
+    if (event.extension != xcb_get_extension_data(mConnection, &xcb_input_id)->major_opcode) return;
+    switch (event.event_type) {
+        case XCB_INPUT_KEY_PRESS:
+            return TakeKey(&event, Action::kPress);
+        case XCB_INPUT_KEY_RELEASE:
+            return TakeKey(&event, Action::kRelease);
+        case XCB_INPUT_RAW_KEY_PRESS:
+            return TakeRawKey(&event, Action::kPress);
+        case XCB_INPUT_RAW_KEY_RELEASE:
+            return TakeRawKey(&event, Action::kRelease);
+        case XCB_INPUT_HIERARCHY:
+            return TakeHierarchy(&event);
+        default:
+            break;
+    }
+}
+
+/// A key of a keyboard that is grabbed.
+void X11KeySource::TakeKey(const void* event, Action action) {
+    const auto& key = As<xcb_input_key_press_event_t>(event);
+    const auto keyboard = Find(key.deviceid);
+    if (keyboard != mKeyboards.end()) Feed(keyboard->first, key, action);
+}
+
+/// A key of a keyboard that was given back: the session got it as well.
+void X11KeySource::TakeRawKey(const void* event, Action action) {
+    const auto& key = As<xcb_input_raw_key_press_event_t>(event);
+    const auto keyboard = Find(key.deviceid);
+    if (keyboard == mKeyboards.end() || keyboard->second.isGrabbed) return;
+    Feed(keyboard->first, key, action);
+}
+
+template <typename KeyEventOfServer>
+void X11KeySource::Feed(DeviceID id, const KeyEventOfServer& key, Action action) {
+    const bool isRepeat = (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
+    mGate->Feed({id, CodeOf(key.detail), isRepeat ? Action::kRepeat : action});
+}
+
+/// A keyboard that was disabled and enabled, as on suspending, is attached to the session although
+/// the grab holds on: what is swallowed reached applications then, so it is grabbed anew.
+void X11KeySource::TakeHierarchy(const void* event) {
+    constexpr std::uint32_t kCame = XCB_INPUT_HIERARCHY_MASK_SLAVE_ADDED |
+                                    XCB_INPUT_HIERARCHY_MASK_SLAVE_ATTACHED |
+                                    XCB_INPUT_HIERARCHY_MASK_DEVICE_ENABLED;
+    constexpr std::uint32_t kWent =
+        XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
+    const auto& hierarchy = As<xcb_input_hierarchy_event_t>(event);
+    auto info = xcb_input_hierarchy_infos_iterator(&hierarchy);
+    for (; info.rem > 0; xcb_input_hierarchy_info_next(&info)) {
+        const auto keyboard = Find(info.data->deviceid);
+        if ((info.data->flags & kWent) == 0 || keyboard == mKeyboards.end()) continue;
+        keyboard->second.number = 0;
+        keyboard->second.isGrabbed = false;
+        mGate->Close(keyboard->first);
+    }
+    if ((hierarchy.flags & kCame) != 0 && mIsHolding) GrabAll();
+}
+
+void X11KeySource::TakeKeyboardEvent(const xcb_generic_event_t& event) {
+    const std::uint8_t kind = event.pad0;
+    if (kind == XCB_XKB_STATE_NOTIFY) {
+        const auto& state = As<xcb_xkb_state_notify_event_t>(&event);
+        mGate->SetCapsLock((state.lockedMods & XCB_MOD_MASK_LOCK) != 0);
+    }
+    if (kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY) SpreadChangedMap();
+}
+
+// Maps
+
+/// A key means what it does on its own keyboard: the keyboard for programs gets that one's map.
+void X11KeySource::UseMapOf(DeviceID device) {
+    const auto keyboard = mKeyboards.find(device);
+    if (keyboard == mKeyboards.end() || !keyboard->second.map || keyboard->second.map == mMap) {
+        return;
+    }
+    keyboard->second.map.Write(mConnection, mForPrograms);
+    // As the server keeps it, to be told from a change that somebody else makes.
+    mMap = KeyboardMap::Read(mConnection, mForPrograms);
+    keyboard->second.map = mMap;
+    Wake();
+}
+
+/// The session's layout was changed. Keyboards that are grabbed are not told, and would bring the
+/// old one back as soon as they are the session's again.
+void X11KeySource::SpreadChangedMap() {
+    if (!mIsListening) return;
+    KeyboardMap map = KeyboardMap::Read(mConnection, mForPrograms);
+    if (!map || map == mMap) return;
+    mMap = std::move(map);
+    mMapBefore = mMap;
+    for (auto& [id, keyboard] : mKeyboards) {
+        mMap.Write(mConnection, keyboard.number);
+        keyboard.map = mMap;
+    }
+    Wake();
+}
+
+void X11KeySource::ReadCapsLock() {
+    const Reply<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+        mConnection, xcb_xkb_get_state(mConnection, kSessionKeyboard), nullptr));
+    if (state) mGate->SetCapsLock((state->lockedMods & XCB_MOD_MASK_LOCK) != 0);
+    Wake();
+}
+
+/// Keyboards that are grabbed are not told of a new repeat rate either.
+void X11KeySource::CopyRepeatRate() {
+    const Reply<xcb_xkb_get_controls_reply_t> session(xcb_xkb_get_controls_reply(
+        mConnection, xcb_xkb_get_controls(mConnection, kSessionKeyboard), nullptr));
+    if (!session) return;
+    constexpr std::array<std::uint8_t, 32> kUnused{};
+    for (const auto& [id, keyboard] : mKeyboards) {
+        xcb_xkb_set_controls(mConnection, keyboard.number, 0, 0, 0, 0, 0, 0, 0, 0, 1,
+                             session->groupsWrap, 0, 0, 0, XCB_XKB_BOOL_CTRL_REPEAT_KEYS,
+                             session->repeatDelay, session->repeatInterval, 0, 0, 0, 0, 0, 0, 0, 0,
+                             0, 0, 0, 0, kUnused.data());
+    }
+}
+
+// The guard
+
+void X11KeySource::StartGuard() {
+    if (mGuard.IsRunning()) return;
+    const std::string failure = mGuard.Start();
+    if (!failure.empty()) {
+        NSLog(CFSTR("Keyboards are not held, because nobody could free them: %s"), failure.c_str());
+        return;
+    }
+    Watch(mGuard.Descriptor());
+    const char* const display = std::getenv("DISPLAY");
+    mGuard.WatchX11(display == nullptr ? "" : display, mResource);
+}
+
+void X11KeySource::ReadGuard() {
+    for (;;) {
+        switch (mGuard.Read()) {
+            case GuardLink::News::kNone:
+                return;
+            case GuardLink::News::kReady:
+                mIsGuardReady = true;
+                if (mIsHolding) GrabAll();
+                break;
+            case GuardLink::News::kFreed:
+            case GuardLink::News::kGone:
+                return Lose();
+        }
+    }
+}
+
+/// The keyboards are the session's again, and stay so.
+void X11KeySource::Lose() {
+    if (mIsLost) return;
+    NSLog(
+        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
+              "or lost its guard or the X server; restart it to forward keys again"));
+    mIsLost = true;
+    // Should the server still have grabs of this connection, they end with them.
+    UngrabAll();
+    xcb_flush(mConnection);
+    mKeyboards.clear();
+    SetBeating(false);
+    epoll_ctl(mPoll.Get(), EPOLL_CTL_DEL, xcb_get_file_descriptor(mConnection), nullptr);
+    mGate->Forget();
+    mGate->Disable(DisabledBy::kTimeout);
+}
+
+}  // namespace kivo::keyboard::x11

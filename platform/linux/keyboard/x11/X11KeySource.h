@@ -1,0 +1,111 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <memory>
+
+#include "CoreFoundation/FileDescriptor.h"
+#include "keyboard/KeySource.h"
+#include "keyboard/guard/GuardLink.h"
+#include "keyboard/x11/InputDevices.h"
+#include "keyboard/x11/KeyboardMap.h"
+
+namespace kivo::keyboard::x11 {
+
+/// Holds the keys of an X server: grabs each keyboard that is attached to the session's, and types
+/// what is let through on the server's keyboard for programs (the extension XTEST).
+///
+/// A grabbed keyboard is cut off from the session, so applications and window managers see nothing
+/// of what is held; the server attaches it again by itself as soon as the grab ends, also when this
+/// connection breaks. It is therefore never detached by name, which would outlive the daemon. Keys
+/// that programs type are not held. The server's own keys (switching consoles, ending the server)
+/// act before any grab.
+class X11KeySource final : public KeySource {
+  public:
+    /// On a connection of its own to the display of the session; null when that is no X server
+    /// that can do it.
+    static std::unique_ptr<X11KeySource> Open();
+    ~X11KeySource() override;
+
+    const char* Name() const override { return "X11 (XInput 2 and XTEST)"; }
+    void Attach(KeyGate& gate) override { mGate = &gate; }
+    int Descriptor() const override { return mPoll.Get(); }
+    void Read() override;
+    void Hold() override;
+    void LetGo() override;
+
+    void Press(DeviceID device, KeyCode code) override;
+    void Release(DeviceID device, KeyCode code, PressedBy by) override;
+    void Close(DeviceID device) override;
+
+  private:
+    /// A keyboard from its grab to the last key that is owed for it. It has a number of its own at
+    /// the gate, since the server gives the numbers of keyboards that went to those that come.
+    struct HeldKeyboard {
+        DeviceNumber number = 0;  ///< 0 when it is gone
+        KeyboardMap map;
+        bool isGrabbed = false;
+    };
+    using Keyboards = std::map<DeviceID, HeldKeyboard>;
+
+    explicit X11KeySource(xcb_connection_t* connection);
+
+    void Watch(int descriptor);
+    void Wake();
+
+    // Holding
+    void SelectEvents(bool isListening);
+    void GrabAll();
+    Keyboards::iterator Find(DeviceNumber number);
+    bool RequestGrab(DeviceNumber number);
+    void Grab(DeviceNumber number);
+    void UngrabAll();
+    void StopListening();
+    void SetBeating(bool isBeating);
+
+    // Events of the server
+    void ReadServer();
+    void TakeEvent(const xcb_generic_event_t& event);
+    void TakeInputEvent(const xcb_ge_generic_event_t& event);
+    void TakeKey(const void* event, Action action);
+    void TakeRawKey(const void* event, Action action);
+    template <typename KeyEventOfServer>
+    void Feed(DeviceID id, const KeyEventOfServer& key, Action action);
+    void TakeHierarchy(const void* event);
+    void TakeKeyboardEvent(const xcb_generic_event_t& event);
+
+    // Maps
+    void UseMapOf(DeviceID keyboard);
+    void SpreadChangedMap();
+    void ReadCapsLock();
+    void CopyRepeatRate();
+
+    // The guard
+    void StartGuard();
+    void ReadGuard();
+    void Lose();
+
+    xcb_connection_t* const mConnection;
+    const xcb_window_t mRoot;
+    /// What the guard names to have this connection closed.
+    const xcb_window_t mResource;
+    const DeviceNumber mForPrograms;
+    KeyGate* mGate = nullptr;
+    FileDescriptor mPoll;
+    FileDescriptor mWake;
+    FileDescriptor mBeat;
+    GuardLink mGuard;
+    bool mIsGuardReady = false;
+    bool mIsHolding = false;
+    bool mIsListening = false;
+    bool mIsLost = false;
+    Keyboards mKeyboards;
+    DeviceID mLastID = 0;
+    /// On how many keyboards a key is down that was let through: there is one keyboard to type on.
+    std::array<int, 256> mTyped{};
+    /// The map that the keyboard for programs has now, and had before.
+    KeyboardMap mMap;
+    KeyboardMap mMapBefore;
+};
+
+}  // namespace kivo::keyboard::x11

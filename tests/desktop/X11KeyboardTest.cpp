@@ -1,0 +1,400 @@
+// The tap in a real X session: what a hand types, what the tap is shown, and what an application
+// gets.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "platform/Workspace.h"
+#include "tests/desktop/X11Keys.h"
+
+namespace kivo::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+
+class X11KeyboardTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!IsInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is not installed";
+        server.emplace();
+        hand.emplace();
+        application.emplace();
+    }
+
+    void MakeTap() {
+        tap.emplace();
+        ASSERT_TRUE(tap->Exists());
+    }
+    void Hold() {
+        if (!tap) MakeTap();
+        tap->Hold(*hand);
+    }
+
+    /// Runs the loop until the application got `count` key events.
+    std::vector<std::string> Keys(std::size_t count) {
+        Await([&] { return application->Keys().size() >= count; });
+        return application->Keys();
+    }
+    void ExpectShown(const std::vector<std::string>& expected) {
+        Await([&] { return tap->shown.size() >= expected.size(); });
+        EXPECT_THAT(tap->shown, ElementsAreArray(expected));
+    }
+    static void Run(const std::string& command) {
+        ASSERT_EQ(std::system((command + " >/dev/null 2>&1").c_str()), 0) << command;
+    }
+
+    std::optional<XServer> server;
+    std::optional<Hand> hand;
+    std::optional<KeyLog> application;
+    std::optional<TestTap> tap;
+};
+
+TEST_F(X11KeyboardTest, WithoutForwardingNothingIsHeldOrShown) {
+    MakeTap();
+    TurnRunLoop(0.05);
+    EXPECT_FALSE(hand->IsHeld());
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+    EXPECT_THAT(tap->shown, IsEmpty());
+}
+
+TEST_F(X11KeyboardTest, AKeyLetThroughReachesTheApplicationOnce) {
+    Hold();
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+    ExpectShown({"+00", "-00"});
+}
+
+TEST_F(X11KeyboardTest, ASwallowedKeyDoesNotReachTheApplication) {
+    Hold();
+    tap->judge = [](const std::string& key) { return key != "+0B"; };
+    hand->Type(KEY_A);
+    hand->Type(KEY_B);
+    hand->Type(KEY_C);
+    EXPECT_THAT(Keys(4), ElementsAre("+30", "-30", "+46", "-46"));
+    ExpectShown({"+00", "-00", "+0B", "-0B", "+08", "-08"});
+}
+
+TEST_F(X11KeyboardTest, ModifiersPassAndMakeFlags) {
+    Hold();
+    hand->Press(KEY_RIGHTSHIFT);
+    hand->Press(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+54", "+30"));
+    EXPECT_EQ(tap->lastFlags, 0x20104u);
+    hand->Release(KEY_RIGHTSHIFT);
+    hand->Release(KEY_A);
+    EXPECT_THAT(Keys(4), ElementsAre("+54", "+30", "-54", "-30"));
+    EXPECT_EQ(tap->lastFlags, 0x100u);
+}
+
+TEST_F(X11KeyboardTest, CapsLockIsTheSessionsState) {
+    Hold();
+    hand->Type(KEY_CAPSLOCK);
+    hand->Type(KEY_A);
+    Keys(4);
+    EXPECT_EQ(tap->lastFlags, 0x10100u);
+    hand->Type(KEY_CAPSLOCK);
+    hand->Type(KEY_A);
+    Keys(8);
+    EXPECT_EQ(tap->lastFlags, 0x100u);
+}
+
+TEST_F(X11KeyboardTest, CapsLockThatWasOnBeforeIsKnown) {
+    hand->Type(KEY_CAPSLOCK);
+    Hold();
+    hand->Type(KEY_A);
+    Keys(4);
+    EXPECT_EQ(tap->lastFlags, 0x10100u);
+}
+
+TEST_F(X11KeyboardTest, RepeatsAreShownAndReachTheApplicationOnce) {
+    Run("xset r rate 150 50");
+    Hold();
+    hand->Press(KEY_A);
+    ASSERT_TRUE(Await([&] { return tap->shown.size() >= 12; }));
+    hand->Release(KEY_A);
+    ASSERT_TRUE(Await([&] { return application->Keys().back() == "-30"; }));
+    const auto keys = application->Keys();
+    EXPECT_EQ(keys.front(), "+30");
+    // Two sources of repeats would make twice as many.
+    EXPECT_LT(keys.size(), tap->shown.size() * 3 / 2);
+    EXPECT_GT(keys.size(), tap->shown.size() / 2);
+}
+
+TEST_F(X11KeyboardTest, ASwallowedRepeatReleasesTheKey) {
+    Run("xset r rate 150 50");
+    Hold();
+    tap->judge = [](const std::string& key) { return key != "*00"; };
+    hand->Press(KEY_A);
+    ASSERT_TRUE(Await([&] { return tap->shown.size() >= 6; }));
+    const auto keys = application->Keys();
+    EXPECT_EQ(keys.back(), "-30");
+    TurnRunLoop(0.1);
+    EXPECT_EQ(application->Keys(), keys) << "it repeats on";
+    hand->Release(KEY_A);
+    ASSERT_TRUE(Await([&] { return tap->shown.back() == "-00"; }));
+    EXPECT_EQ(application->Keys(), keys);
+}
+
+TEST_F(X11KeyboardTest, KeysDownWhenTakenAreReleasedWithTheHand) {
+    hand->Press(KEY_LEFTSHIFT);
+    hand->Press(KEY_A);
+    Hold();
+    hand->Release(KEY_A);
+    hand->Release(KEY_LEFTSHIFT);
+    const auto keys = Keys(4);
+    EXPECT_THAT(keys, IsSupersetOf({"+42", "+30", "-30", "-42"}));
+    EXPECT_EQ(keys.back(), "-42");
+}
+
+TEST_F(X11KeyboardTest, KeysDownWhenGivenBackAreReleasedWithTheHand) {
+    Hold();
+    hand->Press(KEY_LEFTSHIFT);
+    hand->Press(KEY_A);
+    Keys(2);
+    tap->LetGo(*hand);
+    TurnRunLoop(0.05);
+    EXPECT_THAT(application->Keys(), Not(Contains("-30")));
+    hand->Release(KEY_A);
+    hand->Release(KEY_LEFTSHIFT);
+    TurnRunLoop(0.05);
+    const auto keys = application->Keys();
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "-30"), 1);
+    EXPECT_EQ(keys.back(), "-42");
+}
+
+TEST_F(X11KeyboardTest, AKeyHeldAcrossTheEndCanBePressedAgain) {
+    Hold();
+    hand->Press(KEY_A);
+    Keys(1);
+    tap->LetGo(*hand);
+    hand->Release(KEY_A);
+    TurnRunLoop(0.05);
+    Hold();
+    application->Clear();
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+}
+
+TEST_F(X11KeyboardTest, ASwallowedKeyIsNotReleasedAfterTheEnd) {
+    Hold();
+    tap->judge = [](const std::string&) { return false; };
+    hand->Press(KEY_A);
+    ExpectShown({"+00"});
+    tap->LetGo(*hand);
+    hand->Release(KEY_A);
+    hand->Type(KEY_B);
+    EXPECT_THAT(Keys(2), ElementsAre("+48", "-48"));
+}
+
+TEST_F(X11KeyboardTest, AKeyboardThatWasDisabledIsTakenAgain) {
+    Hold();
+    tap->judge = [](const std::string&) { return false; };
+    hand->SetEnabled(false);
+    TurnRunLoop(0.05);
+    hand->SetEnabled(true);
+    ASSERT_TRUE(Await([&] { return hand->IsHeld(); }));
+    hand->Type(KEY_A);
+    ExpectShown({"+00", "-00"});
+    TurnRunLoop(0.05);
+    EXPECT_THAT(application->Keys(), IsEmpty());
+}
+
+TEST_F(X11KeyboardTest, AKeyboardDisabledWithAKeyDownReleasesIt) {
+    Hold();
+    hand->Press(KEY_A);
+    EXPECT_THAT(Keys(1), ElementsAre("+30"));
+    hand->SetEnabled(false);
+    ASSERT_TRUE(Await([&] { return application->Keys().back() == "-30"; }));
+    ExpectShown({"+00", "-00"});
+}
+
+TEST_F(X11KeyboardTest, ALayoutChangedMeanwhileHoldsThenAndAfterwards) {
+    Hold();
+    Run("setxkbmap de");
+    TurnRunLoop(0.1);
+    hand->Type(KEY_Y);
+    Keys(2);
+    EXPECT_THAT(application->Symbols(), ElementsAre('z'));
+    tap->LetGo(*hand);
+    application->Clear();
+    hand->Type(KEY_Y);
+    Keys(2);
+    EXPECT_THAT(application->Symbols(), ElementsAre('z'));
+}
+
+TEST_F(X11KeyboardTest, AKeyboardsOwnLayoutHoldsThenAndAfterwards) {
+    Run("setxkbmap -device " + std::to_string(hand->Keyboard()) + " de");
+    Hold();
+    hand->Type(KEY_Y);
+    Keys(2);
+    EXPECT_THAT(application->Symbols(), ElementsAre('z'));
+    tap->LetGo(*hand);
+    TurnRunLoop(0.05);
+    application->Clear();
+    hand->Type(KEY_Y);
+    Keys(2);
+    EXPECT_THAT(application->Symbols(), ElementsAre('z'));
+}
+
+TEST_F(X11KeyboardTest, TheEscapeChordGivesTheKeyboardBack) {
+    Hold();
+    tap->judge = [](const std::string&) { return false; };
+    hand->Press(KEY_BACKSPACE);
+    hand->Press(KEY_ESC);
+    ExpectShown({"+33", "+35"});
+    hand->Press(KEY_ENTER);
+    ASSERT_TRUE(Await([&] { return !hand->IsHeld(); }));
+    EXPECT_FALSE(tap->IsEnabled());
+    for (const KeyCode code : {KEY_BACKSPACE, KEY_ESC, KEY_ENTER}) {
+        hand->Release(code);
+    }
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+    ExpectShown({"+33", "+35", "user input"});
+}
+
+TEST_F(X11KeyboardTest, AKeyboardThatAnotherProgramHoldsIsLeftAlone) {
+    Process other([&] {
+        TestTap first;
+        Workspace_SetKeyboardForwardingWanted(true);
+        TurnRunLoop(60);
+    });
+    ASSERT_TRUE(Await([&] { return hand->IsHeld(); }));
+    MakeTap();
+    Workspace_SetKeyboardForwardingWanted(true);
+    TurnRunLoop(0.1);
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+    EXPECT_THAT(tap->shown, IsEmpty());
+}
+
+TEST_F(X11KeyboardTest, ARealApplicationGetsItsText) {
+    if (!IsInstalled("xterm")) GTEST_SKIP() << "xterm is not installed";
+    const auto text = std::filesystem::path(std::getenv("XDG_RUNTIME_DIR")) / "typed";
+    const Process terminal(std::vector<std::string>{
+        "xterm", "-e", "sh", "-c", "read -r line; printf %s \"$line\" >" + text.string()});
+    // Without a window manager the focus follows the pointer once nobody has it.
+    ASSERT_TRUE(Await([&] {
+        hand->client.WarpPointer(100, 100);
+        xcb_set_input_focus(hand->client.Get(), XCB_INPUT_FOCUS_POINTER_ROOT,
+                            XCB_INPUT_FOCUS_POINTER_ROOT, XCB_CURRENT_TIME);
+        return !std::filesystem::exists(text);
+    }));
+    TurnRunLoop(1);
+    Hold();
+    tap->judge = [](const std::string& key) { return key.substr(1) != "07"; };
+    hand->Press(KEY_LEFTSHIFT);
+    hand->Type(KEY_H);
+    hand->Release(KEY_LEFTSHIFT);
+    for (const KeyCode code : {KEY_X, KEY_I, KEY_X, KEY_1, KEY_ENTER}) {
+        hand->Type(code);
+    }
+    ASSERT_TRUE(Await([&] { return std::filesystem::exists(text); }, 10));
+    std::string line;
+    ASSERT_TRUE(Await([&] {
+        std::ifstream file(text);
+        return static_cast<bool>(std::getline(file, line));
+    }));
+    EXPECT_EQ(line, "Hi1");
+}
+
+/// A daemon that lives in a process of its own, which things happen to.
+class X11GuardTest : public X11KeyboardTest {
+  protected:
+    void StartDaemon() {
+        daemon = Process([this] {
+            TestTap mine;
+            mine.judge = [&](const std::string& key) {
+                if (key == "time-out") {
+                    CFRunLoopStop(CFRunLoopGetCurrent());
+                    std::ofstream(TimeoutFile()) << "time-out";
+                }
+                return true;
+            };
+            Workspace_SetKeyboardForwardingWanted(true);
+            CFRunLoopRun();
+            TurnRunLoop(60);
+        });
+        ASSERT_TRUE(Await([&] { return hand->IsHeld(); }));
+    }
+    static std::string TimeoutFile() {
+        return std::string(std::getenv("XDG_RUNTIME_DIR")) + "/time-out";
+    }
+    void ExpectFreeWithinASecond() {
+        const CFAbsoluteTime before = CFAbsoluteTimeGetCurrent();
+        ASSERT_TRUE(Await([&] { return !hand->IsHeld(); }));
+        EXPECT_LT(CFAbsoluteTimeGetCurrent() - before, 1.0);
+        application->Clear();
+        hand->Type(KEY_B);
+        EXPECT_THAT(Keys(2), ElementsAre("+48", "-48"));
+    }
+
+    Process daemon;
+};
+
+TEST_F(X11GuardTest, ADaemonThatIsKilledReleasesWhatItTyped) {
+    StartDaemon();
+    hand->Press(KEY_A);
+    EXPECT_THAT(Keys(1), ElementsAre("+30"));
+    daemon.Signal(SIGKILL);
+    ASSERT_TRUE(Await([&] { return application->Keys().back() == "-30"; }, 1));
+    ExpectFreeWithinASecond();
+    // And nothing of it is left on the keyboard for programs.
+    hand->Release(KEY_A);
+    const auto programs = keyboard::x11::KeyboardForPrograms(hand->client.Get());
+    EXPECT_TRUE(keyboard::x11::KeysDownOn(hand->client.Get(), *programs).none());
+}
+
+TEST_F(X11GuardTest, ADaemonThatStopsLosesTheKeyboardWithinASecond) {
+    StartDaemon();
+    hand->Press(KEY_LEFTSHIFT);
+    Keys(1);
+    daemon.Signal(SIGSTOP);
+    hand->Type(KEY_A);
+    ExpectFreeWithinASecond();
+    EXPECT_TRUE(keyboard::x11::KeysDownInSession(hand->client.Get()).none());
+    // When it goes on it is told, and takes no keyboard any more.
+    daemon.Signal(SIGCONT);
+    EXPECT_TRUE(Await([&] { return std::filesystem::exists(TimeoutFile()); }));
+    EXPECT_FALSE(hand->IsHeld());
+}
+
+TEST_F(X11GuardTest, AKeyPressedBeforeAndLetGoOfDuringTheStopIsNotStuck) {
+    hand->Press(KEY_A);
+    StartDaemon();
+    daemon.Signal(SIGSTOP);
+    hand->Release(KEY_A);
+    ASSERT_TRUE(Await([&] { return !hand->IsHeld(); }));
+    EXPECT_TRUE(
+        Await([&] { return keyboard::x11::KeysDownInSession(hand->client.Get()).none(); }, 1));
+}
+
+TEST_F(X11GuardTest, ADaemonThatIsTerminatedFreesTheKeyboard) {
+    StartDaemon();
+    daemon.Signal(SIGTERM);
+    ExpectFreeWithinASecond();
+}
+
+TEST_F(X11GuardTest, ADaemonThatIsOnlySlowKeepsTheKeyboard) {
+    StartDaemon();
+    // Ten seconds would be long; beats that were not counted would show in two.
+    TurnRunLoop(2);
+    EXPECT_TRUE(hand->IsHeld());
+    hand->Type(KEY_A);
+    EXPECT_THAT(Keys(2), ElementsAre("+30", "-30"));
+}
+
+}  // namespace
+}  // namespace kivo::test
