@@ -1,0 +1,43 @@
+# The daemon, and a stand-in control center beside it.
+
+heard=/tmp/heard.log
+
+# kivoctl WORDS...: as the ordinary user.
+kivoctl() {
+    as_player none "$KIVO_BUILD/bin/kivoctl" "$@"
+}
+
+# start_driver GROUPS: starts the control center and the daemon, as the ordinary user in these
+# groups, and waits until the daemon has signed in everywhere and said so.
+start_driver() {
+    kivoctl listen --json >"$heard" 2>&1 &
+    await 30 grep -qs '"listening"' "$heard"
+    as_player "$1" "$KIVO_BUILD/bin/kivo-driver" >/tmp/driver.log 2>&1 &
+    await 30 grep -q KiCt "$heard"
+}
+
+# stop_driver: ends the daemon as its service does and checks how it went.
+stop_driver() {
+    kill -INT "$(driver_process)"
+    await 20 fails driver_process
+    grep -q KiDC "$heard"
+}
+
+driver_process() {
+    pidof kivo-driver
+}
+
+# driver_answers: whether the daemon answers a request.
+driver_answers() {
+    kivoctl tap off >/dev/null
+}
+
+# driver_memory: its resident memory in KiB.
+driver_memory() {
+    awk '/^VmRSS/ { print $2 }' "/proc/$(driver_process)/status"
+}
+
+# driver_ticks: the processor time that it has used, in hundredths of a second.
+driver_ticks() {
+    awk '{ print $14 + $15 }' "/proc/$(driver_process)/stat"
+}
