@@ -7,6 +7,8 @@ import sys
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
+# The client from the documents, and the session that the demonstration has too.
+FOLDERS = [HERE, HERE.parent / "python", HERE.parents[1] / "tools"]
 SKIPPED = 77
 
 
@@ -36,7 +38,7 @@ def run_test(name):
 
 
 def main():
-    sys.path[:0] = [str(HERE), str(HERE.parent / "python")]
+    sys.path[:0] = [str(folder) for folder in FOLDERS]
     sys.dont_write_bytecode = True
     if sys.argv[1:] == ["--list"]:
         return list_tests()

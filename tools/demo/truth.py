@@ -3,7 +3,7 @@
 import re
 import subprocess
 
-from session import await_true
+from xsession import await_true
 
 
 class Desktop:

@@ -1,7 +1,7 @@
 """The kinds of fields that payloads are made of, and layouts of such fields.
 
 A layout writes a dictionary of values as bytes and reads bytes as such a dictionary. Values: numbers,
-truth values, `str` for texts and byte strings (bytes that are not UTF-8 as surrogate escapes).
+truth values, `str` for texts and byte strings (bytes that are no UTF-8 as surrogate escapes).
 """
 
 import struct

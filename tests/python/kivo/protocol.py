@@ -1,4 +1,4 @@
-"""The payloads of all messages between driver and control center, and of the other payload classes."""
+"""The payloads of all messages between driver and control center, and the other payload classes."""
 
 import struct
 

@@ -1,0 +1,194 @@
+"""What the tests of the daemon share: a session, the daemon in it, and a control center."""
+
+import os
+import pathlib
+import queue
+import signal
+import unittest
+
+from kivo import client, names, owner, protocol
+import x11
+import xsession
+from xsession import await_true
+
+DRIVER = pathlib.Path(os.environ["KIVO_DRIVER"]) if "KIVO_DRIVER" in os.environ else None
+# The driver lives with a control center's silence for 10 ms; everything here gets much more, so
+# that only a hang fails on a busy machine.
+PATIENCE = 5
+A_FEW_TICKS = 0.35
+# Windows are where they are going to be as soon as they are shown.
+WITHOUT_ANIMATION = """<openbox_config xmlns="http://openbox.org/3.4/rc">
+<theme><name>Clearlooks</name><animateIconify>no</animateIconify></theme></openbox_config>"""
+
+
+class ControlCenter:
+    """Owns the control center's port, keeps what it is told, and answers with `replies`."""
+
+    def __init__(self, session):
+        self.told = queue.Queue()
+        self.replies = {}
+        self._owner = owner.Owner(protocol.CONTROL_CENTER_PORT, self._take, session.ports())
+
+    def close(self):
+        self._owner.close()
+
+    def _take(self, msgid, payload):
+        message = protocol.characters(msgid)
+        self.told.put((message, payload))
+        return self.replies.get(message)
+
+    def next(self, seconds=PATIENCE):
+        """The next thing told: (message, values); None if nothing is in that time."""
+        try:
+            message, payload = self.told.get(timeout=seconds)
+        except queue.Empty:
+            return None
+        return message, protocol.decode(message, payload)
+
+
+class Daemon:
+    """A running daemon and its log."""
+
+    def __init__(self, session, number, environment):
+        self._log = session.folder / f"driver-{number}.log"
+        # Which applications this machine knows does not matter, but where a test says so.
+        known = {"XDG_DATA_DIRS": str(session.folder / "no-applications")}
+        with open(self._log, "wb") as log:
+            self.process = session.start(DRIVER, stderr=log,
+                                         env=session.environment | known | environment)
+
+    def log(self):
+        return self._log.read_text(errors="replace")
+
+    def log_lines(self):
+        """The lines of the system log, without the program's name."""
+        return [line.removeprefix("kivo-driver: ") for line in self.log().splitlines()
+                if line.startswith("kivo-driver: ")]
+
+    def await_log(self, text):
+        await_true(f"the log says {text!r}", lambda: text in self.log(), PATIENCE)
+
+    def interrupt(self):
+        """Sends SIGINT, as Ctrl-C does; returns the exit status."""
+        return self.end(signal.SIGINT)
+
+    def end(self, number):
+        self.process.send_signal(number)
+        return self.process.wait(timeout=PATIENCE)
+
+    def is_running(self):
+        return self.process.poll() is None
+
+    def descriptors(self):
+        return len(os.listdir(f"/proc/{self.process.pid}/fd"))
+
+    def memory(self):
+        """Resident memory in bytes."""
+        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(status.split("VmRSS:")[1].split()[0]) * 1024
+
+    def cpu_seconds(self):
+        told = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text()
+        user, system = told.rpartition(")")[2].split()[11:13]
+        return (int(user) + int(system)) / os.sysconf("SC_CLK_TCK")
+
+
+class Session(xsession.Session):
+    """A session in which a daemon can be; the display and its manager only on demand."""
+
+    def __init__(self, display, manager):
+        self._wants = display, manager
+
+    def set_up(self):
+        display, manager = self._wants
+        self.server = self.start_display(screen="1280x800x24") if display else None
+        self.manager = self._start_manager() if manager else None
+
+    def _start_manager(self):
+        configuration = self.folder / "config" / "openbox" / "rc.xml"
+        configuration.parent.mkdir()
+        configuration.write_text(WITHOUT_ANIMATION)
+        return self.start("openbox")
+
+    def ports(self):
+        return names.folder(self.environment)
+
+
+class DaemonTest(unittest.TestCase):
+    """A session of its own for each test, ended with it."""
+
+    display = True
+    manager = True
+
+    def setUp(self):
+        self.assertIsNotNone(DRIVER, "KIVO_DRIVER names the daemon's program")
+        self.session = self.enterContext(Session(self.display, self.display and self.manager))
+        self._daemons = 0
+        self.screen = self.center = self.daemon = None
+        if self.display:
+            self.screen = self.enterContext(x11.XClient(self.session.environment["DISPLAY"]))
+        if self.session.manager:
+            self.screen.await_manager()
+
+    def start_center(self):
+        self.center = ControlCenter(self.session)
+        self.addCleanup(self.center.close)
+        return self.center
+
+    def start_daemon(self, **environment):
+        self._daemons += 1
+        self.daemon = Daemon(self.session, self._daemons, environment)
+        return self.daemon
+
+    def start(self, **environment):
+        """A control center and a daemon that has told what it tells at start."""
+        self.start_center()
+        self.start_daemon(**environment)
+        self.expect("KiCt", identity="KIVB")
+        self.assertEqual(self.center.next()[0], "ZSLg")
+        self.expect_message("KiFA", "KiFI")
+
+    def open_windows(self, *titles, class_name="kivo-test"):
+        """An application with these windows, the last one in front. Told the control center."""
+        application = x11.Application(self.session.environment["DISPLAY"], titles, class_name)
+        self.addCleanup(application.end)
+        self.screen.await_managed(*application.windows)
+        self.screen.activate(application.windows[-1])
+        return application
+
+    def client(self):
+        """A client of the daemon's port, which is awaited."""
+        def connected():
+            try:
+                return client.Client(protocol.DRIVER_PORT, self.session.ports())
+            except client.NoPort:
+                return None
+        return self.enterContext(await_true("the daemon has a port", connected, PATIENCE))
+
+    def ask(self, sender, message, payload=None, **values):
+        """The values of the reply to a request, or None if it carries no data."""
+        payload = protocol.encode(message, **values) if payload is None else payload
+        reply = sender.ask(protocol.code(message), payload, PATIENCE, PATIENCE)
+        return protocol.decode_reply(message, reply)
+
+    def place(self, window):
+        """Where a window is, as the screen has it and the daemon is to say it."""
+        return dict(zip(("x", "y", "width", "height"), self.screen.frame(window)))
+
+    def expect_message(self, *messages):
+        """The next thing that the control center is told is one of these; its values."""
+        told = self.center.next()
+        self.assertIsNotNone(told, f"{messages} is not sent; the log:\n{self.daemon.log()}")
+        self.assertIn(told[0], messages)
+        return told[1]
+
+    def expect(self, message, **values):
+        self.assertEqual(self.expect_message(message), values)
+
+    def expect_nothing(self, seconds=A_FEW_TICKS):
+        self.assertIsNone(self.center.next(seconds))
+
+    def assert_answers(self, sender=None):
+        """The daemon is well: it knows where the pointer is."""
+        at = self.ask(sender or self.client(), "ZGlM")
+        self.assertEqual(set(at), {"x", "y"})
