@@ -53,14 +53,11 @@ Relay::~Relay() {
 }
 
 void Relay::Send() {
-    char piece[16384];
-    ssize_t count = 0;
-    while ((count = recv(mInner, piece, sizeof piece, 0)) > 0) {
-        mUnsent.insert(mUnsent.end(), piece, piece + count);
-    }
+    TakeFromXCB();
     std::size_t sent = 0;
     while (sent < mUnsent.size() && !mIsBroken) {
-        count = send(mServer, mUnsent.data() + sent, mUnsent.size() - sent, MSG_NOSIGNAL);
+        const ssize_t count =
+            send(mServer, mUnsent.data() + sent, mUnsent.size() - sent, MSG_NOSIGNAL);
         if (count > 0) {
             sent += static_cast<std::size_t>(count);
         } else if (WouldWait()) {
@@ -70,6 +67,15 @@ void Relay::Send() {
         }
     }
     mUnsent.erase(mUnsent.begin(), mUnsent.begin() + static_cast<std::ptrdiff_t>(sent));
+}
+
+void Relay::TakeFromXCB() {
+    char piece[16384];
+    ssize_t count = sizeof piece;
+    while (count == sizeof piece) {
+        count = recv(mInner, piece, sizeof piece, 0);
+        if (count > 0) mUnsent.insert(mUnsent.end(), piece, piece + count);
+    }
 }
 
 bool Relay::Receive() {

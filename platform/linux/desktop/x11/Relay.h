@@ -39,6 +39,7 @@ class Relay {
   private:
     Relay(int server, int inner) : mServer(server), mInner(inner) {}
 
+    void TakeFromXCB();
     void TakeFromServer();
     /// How many bytes of `mReceived` are whole packets, as many as can be handed on at a time.
     std::size_t WholePackets();
