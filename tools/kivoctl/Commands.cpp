@@ -9,6 +9,7 @@
 #include "tools/kivoctl/Ask.h"
 #include "tools/kivoctl/Help.h"
 #include "tools/kivoctl/Listen.h"
+#include "tools/kivoctl/Midi.h"
 #include "tools/kivoctl/Printer.h"
 #include "tools/kivoctl/Questions.h"
 #include "tools/kivoctl/Text.h"
@@ -57,6 +58,14 @@ ExitCode RunStatus(std::string_view, Words words) {
     return Print(TellStatus(), FormOf(arguments));
 }
 
+ExitCode RunMidi(std::string_view, Words words) {
+    const std::vector<Argument> arguments = ParseArguments({&kJson, 1}, words);
+    if (std::ranges::count(arguments, "", &Argument::option) > 0) {
+        throw UsageFailure("midi takes no words");
+    }
+    return Print(DescribeMidi(ListMidiDevices()), FormOf(arguments));
+}
+
 ExitCode RunListen(std::string_view name, Words words) {
     ListenOptions options = ParseListenOptions(words);
     if (name == "session") options.commands = true;
@@ -76,7 +85,7 @@ constexpr std::array kCommands = {
     Command{"pointer", RunQuestion, kHelpPointer}, Command{"window", RunQuestion, kHelpWindow},
     Command{"target", RunQuestion, kHelpTarget},   Command{"tap", RunQuestion, kHelpTap},
     Command{"status", RunStatus, kHelpStatus},     Command{"listen", RunListen, kHelpListen},
-    Command{"session", RunListen, kHelpSession},
+    Command{"session", RunListen, kHelpSession},   Command{"midi", RunMidi, kHelpMidi},
 };
 
 ExitCode Say(const char* text) {

@@ -8,11 +8,11 @@ namespace kivo::ctl {
 /// What the program ends with. Scripts rely on the numbers; help and man page list them.
 enum class ExitCode {
     kAnswered = 0,   ///< answered, or what was awaited came
-    kNotFound = 1,   ///< answered: there is no such window
+    kNotFound = 1,   ///< answered: there is no such window, or no controller
     kUsage = 2,      ///< the command line or a file cannot be understood; nothing was sent
     kNoDaemon = 3,   ///< no daemon is running
     kNoAnswer = 4,   ///< the daemon runs but did not answer, or what was awaited did not come
-    kBroken = 5,     ///< the link broke, or the answer makes no sense
+    kBroken = 5,     ///< the link broke, the answer makes no sense, or MIDI cannot be reached
     kNameTaken = 6,  ///< another program is the control center already
 };
 

@@ -39,12 +39,16 @@ const char kHelp[] =
     "  listen            print what the daemon tells, as it comes\n"
     "  session           the same, and take commands from standard input\n"
     "\n"
+    "Without a daemon:\n"
+    "  midi              which MIDI device the daemon would hold, and why not another\n"
+    "\n"
     "  --help, --version\n"
     "`kivoctl COMMAND --help` says more about a command, and kivoctl(1) everything.\n"
     "\n"
-    "Exit status: 0 answered, 1 no such window, 2 usage error (nothing was sent),\n"
-    "3 no daemon is running, 4 no answer in time, 5 the link broke,\n"
-    "6 another program is the control center already.\n";
+    "Exit status: 0 answered, 1 no such window or no controller, 2 usage error\n"
+    "(nothing was sent), 3 no daemon is running, 4 no answer in time, 5 the link\n"
+    "broke, or MIDI cannot be reached, 6 another program is the control center\n"
+    "already.\n";
 
 const char kHelpPointer[] =
     "Usage: kivoctl pointer [OPTION...]\n"
@@ -90,6 +94,14 @@ const char kHelpStatus[] =
     "\n"
     "Prints whether a daemon and a control center are running, without asking either.\n"
     "Status 3 when no daemon is.\n";
+
+const char kHelpMidi[] =
+    "Usage: kivoctl midi [--json]\n"
+    "\n"
+    "Lists the MIDI devices with their entities, sources and destinations, says which\n"
+    "of them a daemon that starts now would hold as the controller, and why not the\n"
+    "others. Asks no daemon. Status 1 when none would be held, 5 when MIDI cannot be\n"
+    "reached.\n";
 
 const char kHelpListen[] =
     "Usage: kivoctl listen [OPTION...]\n"

@@ -10,6 +10,7 @@ extern const char kHelpWindow[];
 extern const char kHelpTarget[];
 extern const char kHelpTap[];
 extern const char kHelpStatus[];
+extern const char kHelpMidi[];
 extern const char kHelpListen[];
 extern const char kHelpSession[];
 

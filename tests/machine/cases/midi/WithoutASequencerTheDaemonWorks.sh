@@ -1,4 +1,5 @@
 fails test -e /dev/snd/seq
+expect_told 'modprobe snd-seq'
 start_driver audio
 driver_answers
 stop_driver

@@ -7,6 +7,12 @@ kivoctl() {
     as_player none "$KIVO_BUILD/bin/kivoctl" "$@"
 }
 
+# expect_told WORDS: `kivoctl midi`, run as the user who runs the daemon, says them.
+expect_told() {
+    told=$(as_player audio "$KIVO_BUILD/bin/kivoctl" midi 2>&1) || true
+    grep -qF "$1" <<<"$told" || { printf 'not told: %s\n%s\n' "$1" "$told"; return 1; }
+}
+
 # start_driver GROUPS: starts the control center and the daemon, as the ordinary user in these
 # groups, and waits until the daemon has signed in everywhere and said so.
 start_driver() {
