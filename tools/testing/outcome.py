@@ -18,7 +18,8 @@ class Outcome:
 def read_junit(path, stage):
     """The outcomes in a JUnit file as CTest writes it, named "stage: test"."""
     for case in xml.etree.ElementTree.parse(path).getroot().iter("testcase"):
-        yield Outcome(f"{stage}: {case.get('name')}", *verdict_and_reason(case))
+        name = case.get("name").split("  # GetParam")[0]  # GoogleTest repeats the parameter there.
+        yield Outcome(f"{stage}: {name}", *verdict_and_reason(case))
 
 
 def verdict_and_reason(case):
