@@ -18,15 +18,15 @@ using Object = CFRef<CFPropertyListRef>;
 /// Apple's open CFBinaryPList.c: a header, objects, a table of their offsets, a trailer of 32
 /// bytes.
 enum class Kind : UInt8 {
-    Simple = 0x0,
-    Integer = 0x1,
-    Real = 0x2,
-    Date = 0x3,
-    Data = 0x4,
-    ASCII = 0x5,
-    UTF16 = 0x6,
-    Array = 0xA,
-    Dictionary = 0xD
+    kSimple = 0x0,
+    kInteger = 0x1,
+    kReal = 0x2,
+    kDate = 0x3,
+    kData = 0x4,
+    kASCII = 0x5,
+    kUTF16 = 0x6,
+    kArray = 0xA,
+    kDictionary = 0xD
 };
 
 /// What an object comes to with all that it holds.
@@ -43,10 +43,10 @@ class Reader {
     Object ReadTop();
 
   private:
-    enum class State { Unread, Open, Read };
+    enum class State { kUnread, kOpen, kRead };
     struct Place {
         size_t offset = 0;
-        State state = State::Unread;
+        State state = State::kUnread;
         Object object;
         Extent extent;
     };
@@ -131,16 +131,16 @@ Object Reader::ReadTop() {
 const Reader::Place* Reader::Read(size_t index, size_t depth) {
     if (index >= mPlaces.size()) return nullptr;
     Place& place = mPlaces[index];
-    if (place.state == State::Read) return &place;
+    if (place.state == State::kRead) return &place;
     // An object that is still open holds itself.
-    if (place.state == State::Open || depth > kDeepestPropertyList) return nullptr;
-    place.state = State::Open;
+    if (place.state == State::kOpen || depth > kDeepestPropertyList) return nullptr;
+    place.state = State::kOpen;
     const std::optional<UInt64> marker = Number(place.offset, 1);
     if (!marker) return nullptr;
     place.object =
         ReadKind(static_cast<Kind>(*marker >> 4), *marker & 0xF, place.offset + 1, place, depth);
     if (!place.object) return nullptr;
-    place.state = State::Read;
+    place.state = State::kRead;
     return &place;
 }
 
@@ -148,14 +148,14 @@ Object Reader::ReadKind(Kind kind, size_t low, size_t offset, Place& place, size
     constexpr size_t kFalse = 8;
     constexpr size_t kTrue = 9;
     switch (kind) {
-        case Kind::Simple:
+        case Kind::kSimple:
             if (low != kFalse && low != kTrue) return {};
             return Retain(CFPropertyListRef{low == kTrue ? kCFBooleanTrue : kCFBooleanFalse});
-        case Kind::Integer:
+        case Kind::kInteger:
             return ReadInteger(offset, low);
-        case Kind::Real:
+        case Kind::kReal:
             return ReadReal(offset, low);
-        case Kind::Date:
+        case Kind::kDate:
             return ReadDate(offset);
         default:
             break;
@@ -164,15 +164,15 @@ Object Reader::ReadKind(Kind kind, size_t low, size_t offset, Place& place, size
     if (!count) return {};
     const Content content = {offset, *count};
     switch (kind) {
-        case Kind::Data:
+        case Kind::kData:
             return ReadData(content);
-        case Kind::ASCII:
+        case Kind::kASCII:
             return ReadString(content, kCFStringEncodingASCII, 1);
-        case Kind::UTF16:
+        case Kind::kUTF16:
             return ReadString(content, kCFStringEncodingUTF16BE, 2);
-        case Kind::Array:
+        case Kind::kArray:
             return ReadArray(content, place, depth);
-        case Kind::Dictionary:
+        case Kind::kDictionary:
             return ReadDictionary(content, place, depth);
         default:
             return {};
@@ -184,7 +184,7 @@ std::optional<size_t> Reader::Count(size_t low, size_t& offset) const {
     constexpr size_t kInInteger = 0xF;
     if (low != kInInteger) return low;
     const std::optional<UInt64> marker = Number(offset, 1);
-    if (!marker || static_cast<Kind>(*marker >> 4) != Kind::Integer) return std::nullopt;
+    if (!marker || static_cast<Kind>(*marker >> 4) != Kind::kInteger) return std::nullopt;
     const size_t size = size_t{1} << (*marker & 0xF);
     const std::optional<UInt64> count = Number(offset + 1, size);
     offset += 1 + size;

@@ -81,14 +81,14 @@ CFTypeID CFArrayGetTypeID() {
 CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex numValues,
                          const CFArrayCallBacks* callBacks) {
     if (numValues < 0) return nullptr;
-    const CFMutableArrayRef array = CFArrayCreateMutable(allocator, numValues, callBacks);
+    auto* array = CFArrayCreateMutable(allocator, numValues, callBacks);
     for (CFIndex i = 0; i < numValues; ++i)
         array->Insert(i, values[i]);
     return array;
 }
 
 CFArrayRef CFArrayCreateCopy(CFAllocatorRef allocator, CFArrayRef theArray) {
-    const CFMutableArrayRef copy = CFArrayCreateMutable(allocator, 0, &theArray->CallBacks());
+    auto* copy = CFArrayCreateMutable(allocator, 0, &theArray->CallBacks());
     for (const void* value : theArray->Values())
         CFArrayAppendValue(copy, value);
     return copy;

@@ -199,7 +199,7 @@ CFTypeID CFBundleGetTypeID() {
 }
 
 CFBundleRef CFBundleGetMainBundle() {
-    static const CFBundleRef bundle = MakeMainBundle();
+    static auto* bundle = MakeMainBundle();
     return bundle;
 }
 
@@ -209,7 +209,7 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef bundleURL) {
     if (CFURLGetFileSystemRepresentation(bundleURL, true, path, sizeof path) == 0) return nullptr;
     const fs::path folder = reinterpret_cast<const char*>(path);
     if (!fs::is_directory(folder, error)) return nullptr;
-    const CFBundleRef main = CFBundleGetMainBundle();
+    auto* main = CFBundleGetMainBundle();
     if (fs::equivalent(folder, main->Layout().root, error)) {
         CFRetain(main);
         return main;

@@ -122,7 +122,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, 
                                    CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
     if (numValues < 0) return nullptr;
-    const CFMutableDictionaryRef dictionary =
+    auto* dictionary =
         CFDictionaryCreateMutable(allocator, numValues, keyCallBacks, valueCallBacks);
     for (CFIndex i = 0; i < numValues; ++i)
         dictionary->Add(keys[i], values[i]);
@@ -130,8 +130,8 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, 
 }
 
 CFDictionaryRef CFDictionaryCreateCopy(CFAllocatorRef allocator, CFDictionaryRef theDict) {
-    const CFMutableDictionaryRef copy = CFDictionaryCreateMutable(
-        allocator, 0, &theDict->KeyCallBacks(), &theDict->ValueCallBacks());
+    auto* copy = CFDictionaryCreateMutable(allocator, 0, &theDict->KeyCallBacks(),
+                                           &theDict->ValueCallBacks());
     for (const auto& [key, value] : theDict->Pairs())
         copy->Add(key, value);
     return copy;

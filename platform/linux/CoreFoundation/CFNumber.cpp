@@ -63,14 +63,16 @@ std::partial_ordering CompareMixed(SInt64 integer, Float64 real) {
     if (real < -kIntegerEnd) return std::partial_ordering::greater;
     const auto whole = static_cast<SInt64>(real);
     if (integer != whole) return integer <=> whole;
-    return 0.0 <=> real - std::trunc(real);
+    return std::trunc(real) <=> real;
 }
 
 std::partial_ordering Compare(const __CFNumber::Value& one, const __CFNumber::Value& other) {
     if (one.index() == other.index()) return one <=> other;
     if (const auto* integer = std::get_if<SInt64>(&one))
         return CompareMixed(*integer, std::get<Float64>(other));
-    return 0 <=> CompareMixed(std::get<SInt64>(other), std::get<Float64>(one));
+    const auto reverse = CompareMixed(std::get<SInt64>(other), std::get<Float64>(one));
+    if (std::is_lt(reverse)) return std::partial_ordering::greater;
+    return std::is_gt(reverse) ? std::partial_ordering::less : reverse;
 }
 
 template <typename T>
@@ -107,7 +109,7 @@ bool Store(const __CFNumber::Value& source, void* place) {
     else
         value = std::visit([](auto number) { return NearestInteger<T>(number); }, source);
     std::memcpy(place, &value, sizeof value);
-    return Compare(Load<T>(place), source) == 0;
+    return std::is_eq(Compare(Load<T>(place), source));
 }
 
 /// Calls `action` with a value of the C type that a number type stands for; none if unknown.
@@ -144,7 +146,7 @@ auto WithType(CFNumberType type, Action action) -> std::optional<decltype(action
 }  // namespace
 
 bool __CFNumber::Equal(const CFObject& other) const {
-    return Compare(mValue, static_cast<const __CFNumber&>(other).mValue) == 0;
+    return std::is_eq(Compare(mValue, static_cast<const __CFNumber&>(other).mValue));
 }
 
 CFHashCode __CFNumber::Hash() const {
@@ -202,6 +204,6 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePt
 
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void*) {
     const std::partial_ordering order = Compare(number->Get(), otherNumber->Get());
-    if (order == 0) return kCFCompareEqualTo;
-    return order < 0 ? kCFCompareLessThan : kCFCompareGreaterThan;
+    if (std::is_eq(order)) return kCFCompareEqualTo;
+    return std::is_lt(order) ? kCFCompareLessThan : kCFCompareGreaterThan;
 }

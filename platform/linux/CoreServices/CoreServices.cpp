@@ -51,7 +51,7 @@ std::string SystemDataFolder() {
     const bool isSet = value != nullptr && *value != '\0';
     std::string_view list = isSet ? value : "/usr/local/share:/usr/share";
     while (!list.empty()) {
-        const std::string folder(list.substr(0, list.find(':')));
+        std::string folder(list.substr(0, list.find(':')));
         if (folder.starts_with('/') && HoldsMakersFolder(folder)) return folder;
         list.remove_prefix(std::min(folder.size() + 1, list.size()));
     }
@@ -60,7 +60,7 @@ std::string SystemDataFolder() {
 
 /// The data folder with the maker's folder in it; the user's when there is none.
 std::string ApplicationSupportFolder() {
-    const std::string userFolder = UserDataFolder();
+    std::string userFolder = UserDataFolder();
     if (!userFolder.empty() && HoldsMakersFolder(userFolder)) return userFolder;
     const std::string systemFolder = SystemDataFolder();
     return systemFolder.empty() ? userFolder : systemFolder;

@@ -31,12 +31,14 @@
 
 #include "LogLine.h"
 
+// NOLINTBEGIN(readability-identifier-naming): the names are the C library's.
 // Without <syslog.h>: a hardened build defines `syslog` there itself, as a call of __syslog_chk.
 extern "C" {
 [[gnu::weak, gnu::format(printf, 2, 3)]] void syslog(int priority, const char* format, ...);
 [[gnu::weak, gnu::format(printf, 3, 4)]] void __syslog_chk(int priority, int flag,
                                                            const char* format, ...);
 }
+// NOLINTEND(readability-identifier-naming)
 
 namespace {
 
@@ -44,7 +46,7 @@ constexpr int kSeverityMask = 7;
 constexpr int kNotice = 5;
 constexpr int kUserFacility = 1 << 3;
 
-enum class Place { StandardError, Journal, SystemLog };
+enum class Place { kStandardError, kJournal, kSystemLog };
 
 std::string_view Environment(const char* name) {
     const char* value = std::getenv(name);
@@ -53,15 +55,15 @@ std::string_view Environment(const char* name) {
 
 Place ChoosePlace() {
     const std::string_view wish = Environment("KIVO_LOG");
-    if (wish == "stderr") return Place::StandardError;
-    if (wish == "syslog") return Place::SystemLog;
+    if (wish == "stderr") return Place::kStandardError;
+    if (wish == "syslog") return Place::kSystemLog;
     struct stat status {};
-    if (fstat(STDERR_FILENO, &status) != 0) return Place::SystemLog;
+    if (fstat(STDERR_FILENO, &status) != 0) return Place::kSystemLog;
     const std::string stream = std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
-    if (Environment("JOURNAL_STREAM") == stream) return Place::Journal;
+    if (Environment("JOURNAL_STREAM") == stream) return Place::kJournal;
     const bool isWatched =
         isatty(STDERR_FILENO) != 0 || S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
-    return isWatched ? Place::StandardError : Place::SystemLog;
+    return isWatched ? Place::kStandardError : Place::kSystemLog;
 }
 
 std::string& SystemLogSocket() {
@@ -99,8 +101,8 @@ bool SendToSystemLog(const std::string& message) {
     if ((priority & kSeverityMask) == 0) priority |= kNotice;
 
     const Place place = ChoosePlace();
-    const bool isSent = place == Place::SystemLog && SendToSystemLog(MessageHead(priority) + text);
-    if (place == Place::Journal)
+    const bool isSent = place == Place::kSystemLog && SendToSystemLog(MessageHead(priority) + text);
+    if (place == Place::kJournal)
         kivo::WriteToStandardError("<" + std::to_string(priority & kSeverityMask) + ">" + text);
     else if (!isSent)
         kivo::WriteToStandardError(std::string(program_invocation_short_name) + ": " + text);
