@@ -7,3 +7,6 @@ find_package(ICU REQUIRED COMPONENTS uc i18n)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-res xcb-randr)
 pkg_check_modules(ALSA REQUIRED IMPORTED_TARGET alsa)
+# Keyboards
+pkg_check_modules(EVDEV REQUIRED IMPORTED_TARGET libevdev)
+pkg_check_modules(XCB_INPUT REQUIRED IMPORTED_TARGET xcb xcb-xinput xcb-xtest xcb-xkb)

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <Workspace.h>
+#include "keyboard/evdev/EvdevKeySource.h"
 #include "keyboard/x11/X11KeySource.h"
 
 namespace kivo::keyboard {
@@ -22,7 +23,8 @@ std::unique_ptr<KeySource> ChooseSource() {
     const char* const wish = std::getenv("KIVO_KEYBOARD");
     const std::string_view only = wish == nullptr ? "" : wish;
     std::unique_ptr<KeySource> source;
-    if (only.empty() || only == "x11") source = x11::X11KeySource::Open();
+    if (only.empty() || only == "evdev") source = evdev::EvdevKeySource::Open();
+    if (!source && (only.empty() || only == "x11")) source = x11::X11KeySource::Open();
     if (source) NSLog(CFSTR("Key events come from %s"), source->Name());
     return source;
 }

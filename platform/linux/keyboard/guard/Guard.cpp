@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "keyboard/guard/EvdevWard.h"
 #include "keyboard/guard/Packets.h"
 #include "keyboard/guard/X11Ward.h"
 
@@ -46,9 +47,10 @@ void Guard::Obey(const GuardMessage& message, std::vector<FileDescriptor> descri
             if (descriptors.size() == 1) TakePage(descriptors[0]);
             break;
         case GuardOrder::kWatchX11:
-            Watch(0, X11Ward::Open(message.text.data(), message.number));
+            Watch(message.number, X11Ward::Open(message.text.data(), message.number));
             break;
         case GuardOrder::kWatchDevice:
+            WatchDevice(message.number, std::move(descriptors));
             break;
         case GuardOrder::kForgetDevice:
             mWards.erase(message.number);
@@ -69,7 +71,13 @@ void Guard::TakePage(const FileDescriptor& descriptor) {
 void Guard::Watch(std::uint32_t number, std::unique_ptr<Ward> ward) {
     if (!ward || mPage == nullptr) return;
     mWards[number] = std::move(ward);
-    Report(GuardReport::kReady);
+    Report(GuardNews::kReady, number);
+}
+
+void Guard::WatchDevice(std::uint32_t slot, std::vector<FileDescriptor> descriptors) {
+    if (descriptors.size() != 2 || slot >= GuardPage::kSlots || mPage == nullptr) return;
+    Watch(slot, std::make_unique<EvdevWard>(std::move(descriptors[0]), std::move(descriptors[1]),
+                                            mPage->downBefore[slot]));
 }
 
 void Guard::SetArmed(bool isArmed) {
@@ -82,7 +90,7 @@ void Guard::LookForProgress() {
     mLooksInVain = beats == std::exchange(mLastBeats, beats) ? mLooksInVain + 1 : 0;
     if (mLooksInVain < kLooksWithoutProgress) return;
     FreeAll();
-    Report(GuardReport::kFreed);
+    Report(GuardNews::kFreed);
 }
 
 void Guard::FreeAll() {
@@ -94,7 +102,8 @@ void Guard::FreeAll() {
     mWards.clear();
 }
 
-void Guard::Report(GuardReport report) {
+void Guard::Report(GuardNews news, std::uint32_t number) {
+    const GuardReport report{news, number};
     SendPacket(mSocket, std::as_bytes(std::span(&report, 1)), {});
 }
 

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -85,12 +86,21 @@ bool GuardLink::WatchX11(const std::string& display, std::uint32_t resource) {
     return Send(message);
 }
 
+bool GuardLink::WatchDevice(std::uint32_t slot, int device, int clone) {
+    const std::array<int, 2> descriptors{device, clone};
+    return Send({.order = GuardOrder::kWatchDevice, .number = slot}, descriptors);
+}
+
+bool GuardLink::ForgetDevice(std::uint32_t slot) {
+    return Send({.order = GuardOrder::kForgetDevice, .number = slot});
+}
+
 bool GuardLink::Arm(bool isArmed) {
     if (IsRunning()) Beat();
     return Send({.order = isArmed ? GuardOrder::kArm : GuardOrder::kDisarm});
 }
 
-GuardLink::News GuardLink::Read() {
+GuardLink::News GuardLink::Read(std::uint32_t* number) {
     if (!IsRunning()) return News::kNone;
     GuardReport report{};
     std::vector<FileDescriptor> none;
@@ -102,7 +112,8 @@ GuardLink::News GuardLink::Read() {
         waitpid(mProcess, nullptr, WNOHANG);
         return News::kGone;
     }
-    return report == GuardReport::kReady ? News::kReady : News::kFreed;
+    *number = report.number;
+    return report.news == GuardNews::kReady ? News::kReady : News::kFreed;
 }
 
 bool GuardLink::Send(const GuardMessage& message, std::span<const int> descriptors) {

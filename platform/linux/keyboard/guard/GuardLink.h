@@ -6,6 +6,7 @@
 #include <string>
 
 #include "CoreFoundation/FileDescriptor.h"
+#include "keyboard/KeyCodes.h"
 #include "keyboard/guard/GuardProtocol.h"
 
 namespace kivo::keyboard {
@@ -26,13 +27,21 @@ class GuardLink {
 
     /// Orders. False when the guard is gone.
     bool WatchX11(const std::string& display, std::uint32_t resource);
+    /// `device` and `clone` stay the caller's; `slot` is below GuardPage::kSlots.
+    bool WatchDevice(std::uint32_t slot, int device, int clone);
+    bool ForgetDevice(std::uint32_t slot);
     bool Arm(bool isArmed);
+    /// Says whether the session has a key down from the device in `slot` itself. Only while the
+    /// guard runs.
+    void SetDownBefore(std::uint32_t slot, KeyCode code, bool isDown) {
+        mPage->downBefore[slot][code].store(isDown ? 1 : 0);
+    }
     /// Shows that the daemon makes progress.
     void Beat() { mPage->beats.fetch_add(1, std::memory_order_relaxed); }
 
     enum class News { kNone, kReady, kFreed, kGone };
-    /// The next report; `kNone` when there is none.
-    News Read();
+    /// The next report; `kNone` when there is none. `*number` is that of what is ready.
+    News Read(std::uint32_t* number);
     /// Whether the guard has taken the keyboards away, maybe without having reported it yet.
     bool IsFreed() const { return mPage != nullptr && mPage->isFreed.load() != 0; }
 

@@ -29,13 +29,12 @@ struct GuardPage {
     /// Set by the guard before it frees anything: the daemon must touch the keyboards no more.
     std::atomic<std::uint32_t> isFreed{0};
 
-    /// By device slot, the keys that the session has down from the keyboard itself, a bit a key:
-    /// they were pressed before the keyboard was held.
-    static constexpr std::size_t kSlots = 16;
-    static constexpr std::size_t kWords = (KEY_CNT + 63) / 64;
-    std::array<std::array<std::atomic<std::uint64_t>, kWords>, kSlots> downBefore{};
+    /// By device slot, the keys that the session has down from the keyboard itself: they were
+    /// pressed before the keyboard was held.
+    static constexpr std::size_t kSlots = 32;
+    std::array<std::array<std::atomic<std::uint8_t>, KEY_CNT>, kSlots> downBefore{};
 };
-static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 
 /// From the daemon.
 enum class GuardOrder : std::uint32_t {
@@ -54,9 +53,14 @@ struct GuardMessage {
 };
 
 /// From the guard.
-enum class GuardReport : std::uint32_t {
-    kReady,  ///< what it was told to watch it can free
-    kFreed,  ///< it has freed the keyboards
+enum class GuardNews : std::uint32_t {
+    kReady,  ///< it can free what `number` says, as the order to watch did
+    kFreed,  ///< it has freed everything
+};
+
+struct GuardReport {
+    GuardNews news = GuardNews::kReady;
+    std::uint32_t number = 0;
 };
 
 }  // namespace kivo::keyboard

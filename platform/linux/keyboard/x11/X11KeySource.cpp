@@ -390,7 +390,8 @@ void X11KeySource::StartGuard() {
 
 void X11KeySource::ReadGuard() {
     for (;;) {
-        switch (mGuard.Read()) {
+        std::uint32_t resource = 0;
+        switch (mGuard.Read(&resource)) {
             case GuardLink::News::kNone:
                 return;
             case GuardLink::News::kReady:

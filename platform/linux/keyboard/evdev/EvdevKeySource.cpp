@@ -1,0 +1,403 @@
+#include "keyboard/evdev/EvdevKeySource.h"
+
+#include <Workspace.h>
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+namespace kivo::keyboard::evdev {
+namespace {
+
+constexpr char kFolder[] = "/dev/input";
+
+/// From the making of a clone until the session has opened it, as far as can be known from outside:
+/// udev has to look at it first. Measured 50 to 150 ms on an idle machine.
+constexpr std::chrono::milliseconds kSettling{500};
+/// Between two attempts to hold a keyboard that somebody else holds.
+constexpr std::chrono::milliseconds kRetry{1000};
+
+std::vector<std::string> DeviceNodes() {
+    std::vector<std::string> nodes;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(kFolder, error)) {
+        const std::string path = entry.path().string();
+        if (entry.path().filename().string().starts_with("event")) nodes.push_back(path);
+    }
+    std::sort(nodes.begin(), nodes.end());
+    return nodes;
+}
+
+bool IsAnyKeyboardThere() {
+    const auto nodes = DeviceNodes();
+    return std::any_of(nodes.begin(), nodes.end(),
+                       [](const std::string& path) { return Keyboard::Open(path) != nullptr; });
+}
+
+}  // namespace
+
+std::unique_ptr<EvdevKeySource> EvdevKeySource::Open() {
+    if (!Clone::IsPossible() || !IsAnyKeyboardThere()) return nullptr;
+    return std::unique_ptr<EvdevKeySource>(new EvdevKeySource);
+}
+
+EvdevKeySource::EvdevKeySource()
+    : mPoll(epoll_create1(EPOLL_CLOEXEC)),
+      mChanges(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
+      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    // A new node belongs to root until udev has given it its rights.
+    inotify_add_watch(mChanges.Get(), kFolder, IN_CREATE | IN_ATTRIB | IN_DELETE);
+    Watch(mChanges.Get());
+    Watch(mBeat.Get());
+}
+
+void EvdevKeySource::Watch(int descriptor) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
+}
+
+/// The guard has copies of descriptors, so closing one does not end that it is watched.
+void EvdevKeySource::Unwatch(int descriptor) {
+    epoll_ctl(mPoll.Get(), EPOLL_CTL_DEL, descriptor, nullptr);
+}
+
+void EvdevKeySource::SetBeating(bool isBeating) {
+    const auto nanoseconds =
+        isBeating ? std::chrono::duration_cast<std::chrono::nanoseconds>(kBeat).count() : 0;
+    const itimerspec interval{{0, nanoseconds}, {0, nanoseconds}};
+    timerfd_settime(mBeat.Get(), 0, &interval, nullptr);
+    mGuard.Arm(isBeating);
+}
+
+// Holding
+
+void EvdevKeySource::Hold() {
+    if (mIsLost || !StartGuard()) return;
+    mIsHolding = true;
+    SetBeating(true);
+    Scan();
+}
+
+void EvdevKeySource::LetGo() {
+    mIsHolding = false;
+    for (auto& [id, device] : mDevices) {
+        if (device.state == State::kHeld || device.state == State::kSettling) GiveBack(device);
+    }
+    StopListening();
+}
+
+void EvdevKeySource::GiveBack(Device& device) {
+    if (device.state == State::kHeld) device.keyboard->Ungrab();
+    device.state = State::kListening;
+}
+
+/// Leaves the devices to which nothing is owed.
+void EvdevKeySource::StopListening() {
+    if (mIsHolding) return;
+    bool isAnyOpen = false;
+    for (auto& [id, device] : mDevices) {
+        if (device.state == State::kListening && !mGate->IsOwing(id)) MakeIdle(id, device);
+        isAnyOpen |= device.state != State::kIdle;
+    }
+    if (!isAnyOpen && !mIsLost) SetBeating(false);
+}
+
+void EvdevKeySource::MakeIdle(DeviceID id, Device& device) {
+    mGate->Leave(id);
+    CloseKeyboard(device);
+    device.state = State::kIdle;
+}
+
+void EvdevKeySource::CloseKeyboard(Device& device) {
+    mGuard.ForgetDevice(device.slot);
+    device.isGuarded = false;
+    Unwatch(device.keyboard->Descriptor());
+    device.keyboard.reset();
+}
+
+void EvdevKeySource::CloseClone(Device& device) {
+    if (!device.clone) return;
+    Unwatch(device.clone->Descriptor());
+    device.clone.reset();
+}
+
+// Keyboards that come and go
+
+/// Prepares every keyboard that is not held yet.
+void EvdevKeySource::Scan() {
+    for (const std::string& path : DeviceNodes()) {
+        Add(path);
+    }
+}
+
+EvdevKeySource::Devices::iterator EvdevKeySource::Find(const std::string& path) {
+    return std::find_if(mDevices.begin(), mDevices.end(), [&](const auto& one) {
+        return one.second.path == path && one.second.state != State::kGone;
+    });
+}
+
+void EvdevKeySource::Add(const std::string& path) {
+    const auto known = Find(path);
+    if (known != mDevices.end() && known->second.keyboard) {
+        if (known->second.state == State::kListening) known->second.state = State::kSettling;
+        return;
+    }
+    auto keyboard = Keyboard::Open(path);
+    if (!keyboard) return;
+    if (known != mDevices.end()) return Prepare(known->second, std::move(keyboard));
+    if (mDevices.size() >= GuardPage::kSlots) return;
+    const std::uint32_t slot = FreeSlot();
+    Device& device = mDevices[++mLastID];
+    device.path = path;
+    device.slot = slot;
+    Prepare(device, std::move(keyboard));
+}
+
+std::uint32_t EvdevKeySource::FreeSlot() const {
+    std::array<bool, GuardPage::kSlots> isTaken{};
+    for (const auto& [id, device] : mDevices) {
+        isTaken[device.slot] = true;
+    }
+    return static_cast<std::uint32_t>(std::find(isTaken.begin(), isTaken.end(), false) -
+                                      isTaken.begin());
+}
+
+void EvdevKeySource::Prepare(Device& device, std::unique_ptr<Keyboard> keyboard) {
+    if (!GiveClone(device, *keyboard)) {
+        device.state = State::kGone;
+        return;
+    }
+    device.keyboard = std::move(keyboard);
+    device.state = State::kSettling;
+    Watch(device.keyboard->Descriptor());
+    mGuard.WatchDevice(device.slot, device.keyboard->Descriptor(), device.clone->Descriptor());
+}
+
+/// A clone that is there stays, unless another keyboard has come by the same name.
+bool EvdevKeySource::GiveClone(Device& device, const Keyboard& keyboard) {
+    if (device.clone && device.name == keyboard.Name()) return true;
+    CloseClone(device);
+    device.clone = Clone::Make(keyboard.Device(), keyboard.Descriptor());
+    if (!device.clone) {
+        NSLog(CFSTR("The keyboard %s is not held: making its clone failed: %s"), keyboard.Name(),
+              std::strerror(errno));
+        return false;
+    }
+    device.name = keyboard.Name();
+    device.settled = Clock::now() + kSettling;
+    Watch(device.clone->Descriptor());
+    return true;
+}
+
+void EvdevKeySource::GrabWhatIsReady() {
+    if (!mIsHolding) return;
+    for (auto& [id, device] : mDevices) {
+        if (device.state == State::kSettling && device.isGuarded &&
+            Clock::now() >= device.settled) {
+            Grab(id, device);
+        }
+    }
+}
+
+void EvdevKeySource::Grab(DeviceID id, Device& device) {
+    if (!device.keyboard->Grab()) return TryAgainLater(device);
+    // What came until now the session has got as well.
+    if (!device.keyboard->Read([](const input_event&) {})) return LoseDevice(id, device);
+    device.state = State::kHeld;
+    device.isRefused = false;
+    const std::vector<KeyCode> down = device.keyboard->KeysDown();
+    for (KeyCode code = 0; code < KEY_CNT; ++code) {
+        const bool isDown = std::find(down.begin(), down.end(), code) != down.end();
+        mGuard.SetDownBefore(device.slot, code, isDown);
+    }
+    mGate->Open(id, down);
+    if (device.keyboard->HasLight(LED_CAPSL)) {
+        mGate->SetCapsLock(device.keyboard->IsLightOn(LED_CAPSL));
+    }
+}
+
+/// Another program may have grabbed the keyboard, and give it back some time.
+void EvdevKeySource::TryAgainLater(Device& device) {
+    if (!std::exchange(device.isRefused, true)) {
+        NSLog(CFSTR("The keyboard %s is not held, but will be as soon as it can be: %s"),
+              device.keyboard->Name(), std::strerror(errno));
+    }
+    device.settled = Clock::now() + kRetry;
+}
+
+void EvdevKeySource::LoseDevice(DeviceID id, Device& device) {
+    const bool isKnownToTheGate = device.state != State::kSettling;
+    CloseKeyboard(device);
+    device.state = State::kGone;
+    if (isKnownToTheGate)
+        mGate->Close(id);
+    else
+        CloseClone(device);
+}
+
+/// Devices that are gone are kept until nobody further up works on them.
+void EvdevKeySource::SweepUp() {
+    std::erase_if(mDevices, [](const auto& one) {
+        return one.second.state == State::kGone && !one.second.clone;
+    });
+}
+
+void EvdevKeySource::ReadChanges() {
+    alignas(inotify_event) std::array<char, 4096> buffer;
+    bool isAny = false;
+    while (read(mChanges.Get(), buffer.data(), buffer.size()) > 0) {
+        isAny = true;
+    }
+    if (!isAny) return;
+    DropUnplugged();
+    if (mIsHolding) Scan();
+}
+
+/// Nothing is read from a device that is not held, so its node has to tell that it is gone.
+void EvdevKeySource::DropUnplugged() {
+    for (auto& [id, device] : mDevices) {
+        if (device.state != State::kIdle || access(device.path.c_str(), F_OK) == 0) continue;
+        device.state = State::kGone;
+        CloseClone(device);
+    }
+}
+
+// What the gate says
+
+void EvdevKeySource::Press(DeviceID id, KeyCode code) {
+    const auto device = mDevices.find(id);
+    if (device == mDevices.end()) return;
+    if (device->second.clone) device->second.clone->SendKey(code, true);
+}
+
+void EvdevKeySource::Release(DeviceID id, KeyCode code, PressedBy by) {
+    const auto found = mDevices.find(id);
+    if (found == mDevices.end()) return;
+    Device& device = found->second;
+    if (by == PressedBy::kGate && device.clone) return device.clone->SendKey(code, false);
+    if (device.state != State::kHeld) return;
+    // What was held until now must not be taken for what slips through meanwhile.
+    ReadDevice(id, device);
+    if (device.state != State::kHeld) return;
+    device.keyboard->ReleaseForOthers(code);
+    mGuard.SetDownBefore(device.slot, code, false);
+    bool hasSlipped = false;
+    const bool isThere = device.keyboard->Read(
+        [&](const input_event& event) { hasSlipped |= event.type == EV_KEY; });
+    if (!isThere) return LoseDevice(id, device);
+    if (hasSlipped) mGate->Open(id, device.keyboard->KeysDown());
+}
+
+void EvdevKeySource::Close(DeviceID id) {
+    const auto device = mDevices.find(id);
+    if (device != mDevices.end()) CloseClone(device->second);
+}
+
+// Events
+
+void EvdevKeySource::Read() {
+    std::uint64_t count = 0;
+    if (read(mBeat.Get(), &count, sizeof count) > 0) mGuard.Beat();
+    ReadGuard();
+    if (mIsLost) return;
+    ReadChanges();
+    SweepUp();
+    for (auto& [id, device] : mDevices) {
+        ReadLights(device);
+        if (device.keyboard) ReadDevice(id, device);
+    }
+    GrabWhatIsReady();
+    StopListening();
+}
+
+void EvdevKeySource::ReadDevice(DeviceID id, Device& device) {
+    const bool isThere =
+        device.keyboard->Read([&](const input_event& event) { TakeEvent(id, device, event); });
+    if (!isThere) LoseDevice(id, device);
+}
+
+void EvdevKeySource::TakeEvent(DeviceID id, Device& device, const input_event& event) {
+    if (device.state != State::kHeld && device.state != State::kListening) return;
+    if (event.type == EV_KEY) {
+        const auto action = static_cast<Action>(std::clamp(event.value, 0, 2));
+        return mGate->Feed({id, event.code, action});
+    }
+    // A wheel or a knob on a keyboard is nothing to ask about.
+    const bool isMotion = event.type == EV_REL || event.type == EV_ABS;
+    if (isMotion && device.state == State::kHeld) {
+        device.clone->Send(event.type, event.code, event.value);
+    }
+}
+
+/// The session switches the lights of the clone; those of the keyboard follow.
+void EvdevKeySource::ReadLights(Device& device) {
+    Light light;
+    while (device.clone && device.clone->ReadLight(&light)) {
+        if (light.number == LED_CAPSL && mIsHolding) mGate->SetCapsLock(light.isOn);
+        if (device.state == State::kHeld) device.keyboard->SetLight(light.number, light.isOn);
+    }
+}
+
+// The guard
+
+bool EvdevKeySource::StartGuard() {
+    if (mGuard.IsRunning()) return true;
+    const std::string failure = mGuard.Start();
+    if (!failure.empty()) {
+        NSLog(CFSTR("Keyboards are not held, because nobody could free them: %s"), failure.c_str());
+        return false;
+    }
+    Watch(mGuard.Descriptor());
+    return true;
+}
+
+void EvdevKeySource::ReadGuard() {
+    for (;;) {
+        std::uint32_t slot = 0;
+        switch (mGuard.Read(&slot)) {
+            case GuardLink::News::kNone:
+                if (mGuard.IsFreed()) Lose();
+                return;
+            case GuardLink::News::kReady:
+                TakeReady(slot);
+                break;
+            case GuardLink::News::kFreed:
+            case GuardLink::News::kGone:
+                return Lose();
+        }
+    }
+}
+
+void EvdevKeySource::TakeReady(std::uint32_t slot) {
+    for (auto& [id, device] : mDevices) {
+        if (device.slot == slot && device.keyboard) device.isGuarded = true;
+    }
+}
+
+/// The keyboards are the session's again, and stay so.
+void EvdevKeySource::Lose() {
+    if (mIsLost) return;
+    mIsLost = true;
+    NSLog(
+        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
+              "or lost its guard; restart it to forward keys again"));
+    for (auto& [id, device] : mDevices) {
+        if (device.keyboard) CloseKeyboard(device);
+        CloseClone(device);
+        device.state = State::kGone;
+    }
+    SetBeating(false);
+    mGate->Forget();
+    mGate->Disable(DisabledBy::kTimeout);
+}
+
+}  // namespace kivo::keyboard::evdev
