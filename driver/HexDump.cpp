@@ -16,9 +16,10 @@ void HexByteToCString(unsigned char byte, char* out) {
 }
 
 void HexDataToCString(const unsigned char* bytes, unsigned int count, char* out) {
-    out[0] = '\0';
+    *out = '\0';
     for (unsigned int i = 0; i < count; ++i) {
-        HexByteToCString(bytes[i], out + 3 * i);
-        if (i + 1 < count) out[3 * i + 2] = ' ';
+        if (i > 0) *out++ = ' ';
+        HexByteToCString(bytes[i], out);
+        out += 2;
     }
 }
