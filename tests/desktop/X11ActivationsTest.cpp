@@ -282,6 +282,40 @@ TEST_F(X11ScriptedTest, AManagerWithoutAStackingOrderGivesTheLatestFirst) {
     EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("latest", "oldest"));
 }
 
+TEST_F(X11ScriptedTest, TheServersOrderCountsAndNotTheManagersList) {
+    const TestApplication app(
+        std::vector<TestWindow>{{.title = "first"}, {.title = "second"}, {.title = "third"}});
+    mScript->List({app.Window(2), app.Window(1), app.Window(0)});
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("third", "second", "first"));
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(mClient->Get(), app.Window(1), XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    mClient->Sync();
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("second", "third", "first"));
+}
+
+TEST_F(X11ScriptedTest, WindowsInOneFrameKeepTheManagersOrder) {
+    const TestApplication app(
+        std::vector<TestWindow>{{.title = "tab"}, {.title = "front tab"}, {.title = "top"}});
+    for (const std::size_t index : {0u, 1u}) {
+        xcb_reparent_window(mClient->Get(), app.Window(index), mOne->Window(), 0, 0);
+    }
+    mScript->List({app.Window(2), app.Window(0), app.Window(1)});
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("top", "front tab", "tab"));
+}
+
+TEST_F(X11ScriptedTest, AWindowWithMoreChildrenThanAReplyHoldsIsHarmless) {
+    const TestApplication app(std::vector<TestWindow>{{.title = "crowded"}, {.title = "other"}});
+    mScript->List({app.Window(1), app.Window(0)});
+    for (int i = 0; i < 40000; ++i) {
+        xcb_create_window(mClient->Get(), XCB_COPY_FROM_PARENT, xcb_generate_id(mClient->Get()),
+                          app.Window(0), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                          XCB_COPY_FROM_PARENT, 0, nullptr);
+    }
+    mClient->Sync();
+    EXPECT_EQ(FrameOf(app.Window(0)).width, 200);
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("crowded", "other"));
+}
+
 TEST_F(X11ScriptedTest, WorkspacesCountOnlyWhereThereAreSeveral) {
     const TestApplication app(std::vector<TestWindow>{{.title = "here"}, {.title = "there"}});
     mScript->List({app.Window(0), app.Window(1)});

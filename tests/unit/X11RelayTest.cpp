@@ -98,10 +98,23 @@ TEST_F(X11RelayTest, APacketMayBeAsLongAsTheLimit) {
     EXPECT_EQ(ReadAll(mClient), packet);
 }
 
-TEST_F(X11RelayTest, ALongerOneBreaksTheConnection) {
-    SendFromServer(Packet(1, 1 << 20).substr(0, 32));
-    EXPECT_FALSE(mRelay->Receive());
-    EXPECT_TRUE(mRelay->IsBroken());
+TEST_F(X11RelayTest, ALongerReplyBecomesAnErrorAndTheNextOneComesWhole) {
+    std::string reply = Packet(1, 1 << 20);
+    reply[2] = 0x34;
+    reply[3] = 0x12;
+    const std::string next = Packet(1, 3);
+    const std::string sent = reply + next;
+    std::string got;
+    for (std::size_t begin = 0; begin < sent.size(); begin += 50000) {
+        SendFromServer(sent.substr(begin, 50000));
+        while (mRelay->Receive()) {
+            got += ReadAll(mClient);
+        }
+    }
+    ASSERT_EQ(got.size(), 32 + next.size());
+    EXPECT_EQ(got.substr(0, 4), std::string("\x00\x0B\x34\x12", 4)) << "BadAlloc, same sequence";
+    EXPECT_EQ(got.substr(32), next);
+    EXPECT_FALSE(mRelay->IsBroken());
 }
 
 TEST_F(X11RelayTest, AServerThatClosesBreaksTheConnection) {

@@ -1,5 +1,7 @@
 #include "desktop/x11/Geometry.h"
 
+#include "desktop/x11/Ancestors.h"
+
 namespace kivo::desktop::x11 {
 namespace {
 
@@ -29,27 +31,13 @@ Rect WithoutShadow(const Rect& rect, const Extents& by) {
     return Grown(rect, {-by.left, -by.right, -by.top, -by.bottom});
 }
 
-/// The window's ancestor directly below the root window, which is the window itself where nobody
-/// put it into another. None when it is gone.
-std::optional<xcb_window_t> TopAncestor(Question& question, xcb_window_t window) {
-    // A frame is one window around the other, seldom two; what is deeper is no frame.
-    constexpr int kDeepest = 4;
-    for (int depth = 0; depth < kDeepest; ++depth) {
-        const auto tree = Pending(question, xcb_query_tree(question.Get(), window)).Take();
-        if (tree == nullptr) return std::nullopt;
-        if (tree->parent == tree->root || tree->parent == XCB_WINDOW_NONE) return window;
-        window = tree->parent;
-    }
-    return std::nullopt;
-}
-
 /// The frame of a window whose manager does not say how far it reaches: what it put the window
 /// into, borders included. Elsewhere that would be wrong, for a frame window may have invisible
 /// parts.
 std::optional<Rect> FrameAround(Question& question, xcb_window_t window) {
-    const auto top = TopAncestor(question, window);
-    if (!top) return std::nullopt;
-    const auto geometry = Pending(question, xcb_get_geometry(question.Get(), *top)).Take();
+    const xcb_window_t top = TopAncestors(question, {&window, 1}).front();
+    if (top == XCB_WINDOW_NONE) return std::nullopt;
+    const auto geometry = Pending(question, xcb_get_geometry(question.Get(), top)).Take();
     if (geometry == nullptr) return std::nullopt;
     const double borders = 2.0 * geometry->border_width;
     return Rect{double(geometry->x), double(geometry->y), geometry->width + borders,

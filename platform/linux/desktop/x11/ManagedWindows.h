@@ -19,7 +19,7 @@ class ManagedWindows {
   public:
     ManagedWindows(Question& question, WindowManager& manager);
 
-    /// In stacking order where the manager keeps it, otherwise the one managed last first.
+    /// In stacking order as far as the manager keeps it, otherwise the one managed last first.
     const std::vector<ManagedWindow>& FrontToBack() const { return mFrontToBack; }
 
     /// The present workspace. None when windows need not be told apart by it.
@@ -32,9 +32,5 @@ class ManagedWindows {
     std::vector<ManagedWindow> mFrontToBack;
     std::optional<std::uint32_t> mWorkspace;
 };
-
-/// How many windows are asked about at a time. A batch's requests fit into the socket, so that
-/// sending them never waits for the server; the next batch is sent when they are answered.
-constexpr std::size_t kBatch = 512;
 
 }  // namespace kivo::desktop::x11

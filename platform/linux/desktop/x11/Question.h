@@ -56,6 +56,10 @@ class Question {
     bool mAnswered = true;
 };
 
+/// How many windows are asked about at a time. A batch's requests fit into the socket, so that
+/// sending them never waits for the server; the next batch is sent when they are answered.
+constexpr std::size_t kBatch = 512;
+
 /// Which reply a request brings.
 template <typename Cookie>
 struct ReplyTo;

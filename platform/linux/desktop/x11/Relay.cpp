@@ -7,13 +7,14 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 namespace kivo::desktop::x11 {
 namespace {
 
-/// More than any reply that is asked for, and less than an empty socket pair takes.
+/// Longer than any reply of use, and shorter than what an empty socket pair takes.
 constexpr std::size_t kLongestPacket = 128 * 1024;
 constexpr std::size_t kHeadSize = 32;
 
@@ -96,7 +97,9 @@ void Relay::TakeFromServer() {
     while (mReceived.size() < kLongestPacket && !mIsBroken) {
         const ssize_t count = recv(mServer, piece, sizeof piece, 0);
         if (count > 0) {
-            mReceived.insert(mReceived.end(), piece, piece + count);
+            const std::size_t skipped = std::min(static_cast<std::size_t>(count), mToSkip);
+            mToSkip -= skipped;
+            mReceived.insert(mReceived.end(), piece + skipped, piece + count);
             if (static_cast<std::size_t>(count) < sizeof piece) return;
         } else if (count < 0 && WouldWait()) {
             return;
@@ -109,12 +112,29 @@ void Relay::TakeFromServer() {
 std::size_t Relay::WholePackets() {
     std::size_t whole = 0;
     while (mReceived.size() - whole >= kHeadSize) {
-        const std::size_t length = PacketLength(mReceived.data() + whole);
-        if (length > kLongestPacket) mIsBroken = true;
+        std::size_t length = PacketLength(mReceived.data() + whole);
+        if (length > kLongestPacket) {
+            DropData(whole, length);
+            length = kHeadSize;
+        }
         if (whole + length > mReceived.size() || whole + length > kLongestPacket) break;
         whole += length;
     }
-    return mIsBroken ? 0 : whole;
+    return whole;
+}
+
+void Relay::DropData(std::size_t begin, std::size_t length) {
+    xcb_generic_reply_t head;
+    std::memcpy(&head, mReceived.data() + begin, sizeof head);
+    xcb_generic_error_t error{};
+    error.error_code = XCB_ALLOC;
+    error.sequence = head.sequence;
+    std::memcpy(mReceived.data() + begin, &error, kHeadSize);
+    const std::size_t data = length - kHeadSize;
+    const std::size_t received = std::min(data, mReceived.size() - begin - kHeadSize);
+    const auto first = mReceived.begin() + static_cast<std::ptrdiff_t>(begin + kHeadSize);
+    mReceived.erase(first, first + static_cast<std::ptrdiff_t>(received));
+    mToSkip = data - received;
 }
 
 }  // namespace kivo::desktop::x11

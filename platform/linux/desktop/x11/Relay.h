@@ -27,7 +27,7 @@ class Relay {
     /// Readable when the server has sent something, and writable when it takes more.
     int Server() const { return mServer; }
     bool HasUnsent() const { return !mUnsent.empty(); }
-    /// The server is gone, or sends what cannot be packets.
+    /// The server is gone.
     bool IsBroken() const { return mIsBroken; }
 
     /// Sends on what xcb has written, as far as the server takes it. Does not wait.
@@ -43,10 +43,14 @@ class Relay {
     void TakeFromServer();
     /// How many bytes of `mReceived` are whole packets, as many as can be handed on at a time.
     std::size_t WholePackets();
+    /// Puts an error into the place of the packet of `length` bytes at `begin`, which is too long
+    /// to be handed on. Any client can make a reply as long as it likes, by its number of windows.
+    void DropData(std::size_t begin, std::size_t length);
 
     const int mServer;
     const int mInner;  ///< its other end is where xcb believes the server to be
     std::vector<char> mReceived;
+    std::size_t mToSkip = 0;  ///< bytes still to come of a packet that is not handed on
     std::vector<char> mUnsent;
     bool mIsBroken = false;
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include "desktop/x11/Ancestors.h"
+
 namespace kivo::desktop::x11 {
 namespace {
 
@@ -100,7 +102,8 @@ Status ListWindows(Question& question, WindowManager& manager, pid_t processID,
     // No process: the windows of which nobody knows the process are not one application's.
     if (processID <= 0) return Status::kOk;
     const ManagedWindows managed(question, manager);
-    const auto own = WindowsOfProcess(managed, processID);
+    auto own = WindowsOfProcess(managed, processID);
+    SortFrontToBack(question, own);
     for (std::size_t begin = 0; begin < own.size() && question.IsAnswered(); begin += kBatch) {
         const std::size_t count = std::min(kBatch, own.size() - begin);
         AddBatch(question, std::span(own).subspan(begin, count), managed.Workspace(), windows);
