@@ -177,9 +177,17 @@ TEST(DesktopEntryTest, EscapesAreUndoneAndBadBytesReplaced) {
     EXPECT_EQ(entry->shortVersion, "\xEF\xBF\xBDv");
 }
 
+TEST(DesktopEntryTest, TerminalIsRead) {
+    const std::string head = "[Desktop Entry]\nType=Application\n";
+    EXPECT_TRUE(ParseDesktopEntry(head + "Terminal=true\n")->terminal);
+    EXPECT_FALSE(ParseDesktopEntry(head + "Terminal=false\n")->terminal);
+    EXPECT_FALSE(ParseDesktopEntry(head)->terminal);
+}
+
 struct Command {
     const char* line;
     const char* program;
+    bool hasOperands = false;
 };
 
 class DesktopEntryCommandTest : public testing::TestWithParam<Command> {};
@@ -189,13 +197,15 @@ TEST_P(DesktopEntryCommandTest, ExecNamesTheProgram) {
                                          GetParam().line + "\n");
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->program, GetParam().program);
+    EXPECT_EQ(entry->hasOperands, GetParam().hasOperands);
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, DesktopEntryCommandTest,
                          testing::Values(Command{"gimp %U", "gimp"},
                                          Command{"/usr/bin/gimp", "/usr/bin/gimp"},
                                          Command{"\"/opt/Some App/run\" --x", "/opt/Some App/run"},
-                                         Command{"\"/opt/a\\\\\"b\" x", "/opt/a\"b"},
+                                         Command{"\"/opt/a\\\\\"b\" x", "/opt/a\"b", true},
+                                         Command{"java -jar a.jar %f", "java", true},
                                          Command{"env LANG=C FOO=\"a b\" /opt/run %f", "/opt/run"},
                                          Command{"", ""}, Command{"env A=1", ""}));
 

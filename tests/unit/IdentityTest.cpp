@@ -66,6 +66,17 @@ TEST_F(IdentityTest, TheExecutableComesLast) {
     EXPECT_EQ(IDOf({"", "", "Class", "/usr/bin/tool"}), "class");
 }
 
+TEST_F(IdentityTest, AnInterpreterIsNotTheApplication) {
+    Add("python3").program = "/usr/bin/python3";
+    Add("python3").terminal = true;
+    EXPECT_EQ(IDOf({"", "", "Mixer", "/usr/bin/python3"}), "Mixer");
+    Add("editor").program = "java";
+    Add("editor").hasOperands = true;
+    EXPECT_EQ(IDOf({"", "", "Mixer", "/usr/bin/java"}), "Mixer");
+    Add("java").program = "java";
+    EXPECT_EQ(IDOf({"", "", "Mixer", "/usr/bin/java"}), "java") << "the program itself";
+}
+
 TEST_F(IdentityTest, FilesShownInMenusComeBeforeOthers) {
     Add("a").startupWMClass = "Class";
     Add("a").noDisplay = true;

@@ -74,14 +74,23 @@ std::string TakeWord(std::string_view& line) {
     return word;
 }
 
-/// The program that a command line starts. `env NAME=VALUE … program` starts the program.
-std::string ProgramOf(std::string_view line) {
+/// Cuts the program that a command line starts from it. `env NAME=VALUE … program` starts the
+/// program.
+std::string TakeProgram(std::string_view& line) {
     std::string word = TakeWord(line);
     if (word != "env" && word != "/usr/bin/env") return word;
     do {
         word = TakeWord(line);
     } while (word.find('=') != std::string::npos);
     return word;
+}
+
+/// Whether there is more among a command line's arguments than options and field codes ("%U").
+bool HasOperands(std::string_view arguments) {
+    for (std::string word; !(word = TakeWord(arguments)).empty();) {
+        if (word.front() != '-' && word.front() != '%') return true;
+    }
+    return false;
 }
 
 using Keys = std::map<std::string_view, std::string_view>;
@@ -124,7 +133,11 @@ std::optional<DesktopEntry> ParseDesktopEntry(std::string_view contents) {
     entry.hidden = IsSet(keys, "Hidden");
     entry.noDisplay = IsSet(keys, "NoDisplay");
     entry.startupWMClass = StringFor(keys, "StartupWMClass").value_or("");
-    entry.program = ProgramOf(StringFor(keys, "Exec").value_or(""));
+    entry.terminal = IsSet(keys, "Terminal");
+    const std::string command = StringFor(keys, "Exec").value_or("");
+    std::string_view arguments = command;
+    entry.program = TakeProgram(arguments);
+    entry.hasOperands = HasOperands(arguments);
     entry.signature = StringFor(keys, "X-CFBundleSignature");
     entry.shortVersion = StringFor(keys, "X-CFBundleShortVersionString");
     return entry;

@@ -11,8 +11,10 @@ namespace kivo::desktop {
 struct DesktopEntry {
     bool hidden = false;     ///< "this file is deleted"
     bool noDisplay = false;  ///< not offered in menus
+    bool terminal = false;   ///< runs in a terminal, so its windows are the terminal's
     std::string startupWMClass;
-    std::string program;  ///< what Exec starts, as it is written there: a name or a path
+    std::string program;       ///< what Exec starts, as it is written there: a name or a path
+    bool hasOperands = false;  ///< the program is given a file or a command: "java -jar a.jar"
     std::optional<std::string> signature;     ///< X-CFBundleSignature
     std::optional<std::string> shortVersion;  ///< X-CFBundleShortVersionString
 };

@@ -52,10 +52,15 @@ const Entry* ByStartupWMClass(const DesktopFiles::Index& index, const std::strin
     return Best(index, [&](const DesktopEntry& entry) { return entry.startupWMClass == name; });
 }
 
+/// The entry of a program that shows windows of its own. Entries for the terminal and those that
+/// give the program something to run are most often about interpreters, whose windows are those of
+/// any application written for them.
 const Entry* ByProgram(const DesktopFiles::Index& index, const std::string& executable) {
     const std::string name = FileName(executable);
     if (name.empty()) return nullptr;
-    return Best(index, [&](const DesktopEntry& entry) { return FileName(entry.program) == name; });
+    return Best(index, [&](const DesktopEntry& entry) {
+        return FileName(entry.program) == name && !entry.terminal && !entry.hasOperands;
+    });
 }
 
 const Entry* Find(const DesktopFiles::Index& index, const Claims& claims) {
