@@ -1,9 +1,16 @@
 #pragma once
 
 // xcb's header of the keyboard extension has a member that C++ reserves the name of.
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wkeyword-macro"
+#endif
 #define explicit explicitKeys
 #include <xcb/xkb.h>
 #undef explicit
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 #include <cstdlib>
 #include <memory>
