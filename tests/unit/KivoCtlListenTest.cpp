@@ -164,6 +164,29 @@ TEST(KivoCtlListen, SwallowsTheKeysThatItWasToldTo) {
     EXPECT_EQ(center.ReadJson()["swallowed"], false);
 }
 
+TEST(KivoCtlListen, AsksAProgramAboutKeys) {
+    Center center({"listen", "--keys", "--swallow", "3", "--ask",
+                   "while read -r key; do case $key in *'\"keyCode\":36,'*) echo swallow;; "
+                   "*) echo pass;; esac; done"});
+    const Driver driver;
+    // The shell may need longer for its first answer than a key has.
+    for (Bytes reply; reply != Bytes{1};) {
+        reply = driver.Ask(kMessageKeyEvent, KeyDown(0x25));
+        center.ReadJson();
+    }
+    EXPECT_THAT(driver.Ask(kMessageKeyEvent, KeyDown(0x24)), ElementsAre(0));
+    EXPECT_EQ(center.ReadJson()["swallowed"], true);
+    EXPECT_THAT(driver.Ask(kMessageKeyEvent, KeyDown(3)), ElementsAre(0));
+    EXPECT_THAT(driver.Ask(kMessageKeyEvent, KeyDown(0x26)), ElementsAre(1));
+}
+
+TEST(KivoCtlListen, GivesNoAnswerForAProgramThatGivesNone) {
+    for (const char* const program : {"exec sleep 60", "exit 0", "/does/not/exist"}) {
+        Center center({"listen", "--ask", program});
+        EXPECT_THAT(Driver().Ask(kMessageKeyEvent, KeyDown(0x24)), IsEmpty()) << program;
+    }
+}
+
 TEST(KivoCtlListen, EndsAfterTheMessageThatItWaitsFor) {
     Center center({"listen", "--until", "KiFI"});
     const Driver driver;

@@ -6,15 +6,17 @@ namespace kivo::ctl {
     "  --json         answer with one JSON object\n" \
     "  --timeout S    wait S seconds for the answer (5)\n"
 
-#define KIVOCTL_LISTEN_OPTIONS                                                     \
-    "  --json         print one JSON object a line\n"                              \
-    "  --units N      units in the answer to the daemon's status request (1)\n"    \
-    "  --channels N   channels in that answer (8)\n"                               \
-    "  --keys         print key events too; they are what you type\n"              \
-    "  --swallow KEYS keep keys from the applications: all, none (the default),\n" \
-    "                 or key codes such as 0x24,53\n"                              \
-    "  --until CODE   end after the first message of that code, such as KiFI\n"    \
-    "  --count N      end after N printed messages\n"                              \
+#define KIVOCTL_LISTEN_OPTIONS                                                        \
+    "  --json         print one JSON object a line\n"                                 \
+    "  --units N      units in the answer to the daemon's status request (1)\n"       \
+    "  --channels N   channels in that answer (8)\n"                                  \
+    "  --keys         print key events too; they are what you type\n"                 \
+    "  --swallow KEYS keep keys from the applications: all, none (the default),\n"    \
+    "                 or key codes such as 0x24,53\n"                                 \
+    "  --ask COMMAND  ask a program about the other keys: it reads a JSON object a\n" \
+    "                 line and answers with lines, \"pass\" or \"swallow\"\n"         \
+    "  --until CODE   end after the first message of that code, such as KiFI\n"       \
+    "  --count N      end after N printed messages\n"                                 \
     "  --timeout S    end after S seconds\n"
 
 #define KIVOCTL_LISTEN_ENDING                                                          \

@@ -19,9 +19,10 @@ namespace kivo::ctl {
 namespace {
 
 constexpr std::array kListenOptions = {
-    OptionRule{"json", false},   OptionRule{"commands", false}, OptionRule{"keys", false},
-    OptionRule{"swallow", true}, OptionRule{"units", true},     OptionRule{"channels", true},
-    OptionRule{"until", true},   OptionRule{"count", true},     OptionRule{"timeout", true},
+    OptionRule{"json", false},    OptionRule{"commands", false}, OptionRule{"keys", false},
+    OptionRule{"swallow", true},  OptionRule{"ask", true},       OptionRule{"units", true},
+    OptionRule{"channels", true}, OptionRule{"until", true},     OptionRule{"count", true},
+    OptionRule{"timeout", true},
 };
 
 /// Takes whatever can travel, though the daemon keeps 16 bits only: authors may want to see that.
@@ -36,6 +37,7 @@ void TakeOption(const Argument& argument, ListenOptions* options) {
     if (option == "commands") options->commands = true;
     if (option == "keys") options->showKeys = true;
     if (option == "swallow") options->swallow = SwallowRule::Parse(value);
+    if (option == "ask") options->adviser = value;
     if (option == "units") options->units = ParseUnits(value, "the number of units");
     if (option == "channels") options->channels = ParseUnits(value, "the number of channels");
     if (option == "until") options->untilCode = ParseCode(value);
@@ -80,6 +82,7 @@ ListenOptions ParseListenOptions(std::span<const std::string> words) {
 
 Listener::Listener(const ListenOptions& options, Printer* printer)
     : mOptions(options), mPrinter(printer) {
+    if (!mOptions.adviser.empty()) mAdviser.emplace(mOptions.adviser);
     TakePort();
 }
 
@@ -160,14 +163,21 @@ CFRef<CFDataRef> Listener::TakeMessage(SInt32 code, std::span<const UInt8> paylo
 
 CFRef<CFDataRef> Listener::AnswerKeyEvent(std::span<const UInt8> payload) {
     const auto event = ReadKeyEvent(payload);
-    const bool isSwallowed = event && mOptions.swallow.Swallows(*event);
+    const std::optional<bool> isLetThrough = event ? Judge(*event) : true;
     // Keys are what the user types: they are told only on demand.
     if (mOptions.showKeys) {
-        Tell(event ? DescribeKeyEvent(*event, isSwallowed)
+        Tell(event ? DescribeKeyEvent(*event, !isLetThrough.value_or(false))
                    : DecodeNotification(kMessageKeyEvent, payload));
     }
-    const UInt8 verdict = isSwallowed ? 0 : kYesBit;
+    if (!isLetThrough) return {};
+    const UInt8 verdict = *isLetThrough ? kYesBit : 0;
     return MakeReply({&verdict, 1});
+}
+
+/// Nothing when whoever was asked did not answer: then the daemon gets no answer either.
+std::optional<bool> Listener::Judge(const KeyEvent& event) {
+    if (mOptions.swallow.Swallows(event)) return false;
+    return mAdviser ? mAdviser->LetsThrough(event) : true;
 }
 
 CFRef<CFDataRef> Listener::AnswerStatusRequest() {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "PublicUtility/CACFMessagePort.h"
+#include "tools/kivoctl/Adviser.h"
 #include "tools/kivoctl/Arguments.h"
 #include "tools/kivoctl/Inbox.h"
 #include "tools/kivoctl/KeyEvent.h"
@@ -23,6 +24,7 @@ struct ListenOptions {
     bool commands = false;  ///< Take commands from standard input.
     bool showKeys = false;
     SwallowRule swallow;
+    std::string adviser;  ///< The command that is asked about keys; empty: none is.
     UInt32 units = 1;
     UInt32 channels = 8;
     std::optional<SInt32> untilCode;
@@ -59,6 +61,7 @@ class Listener {
     static CFDataRef MessageEntry(CFMessagePortRef port, SInt32 code, CFDataRef data, void* info);
     CFRef<CFDataRef> TakeMessage(SInt32 code, std::span<const UInt8> payload);
     CFRef<CFDataRef> AnswerKeyEvent(std::span<const UInt8> payload);
+    std::optional<bool> Judge(const KeyEvent& event);
     CFRef<CFDataRef> AnswerStatusRequest();
     /// Prints a message of the daemon and counts it.
     void Tell(const Message& message);
@@ -77,6 +80,7 @@ class Listener {
     Printer* mPrinter;
     unsigned long mTold = 0;
     std::optional<ExitCode> mEnd;
+    std::optional<Adviser> mAdviser;
     std::unique_ptr<CACFLocalMessagePort> mPort;
 };
 
