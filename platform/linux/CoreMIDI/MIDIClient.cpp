@@ -13,8 +13,7 @@ MIDITimeStamp Now() {
         duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
-}  // namespace
-
+/// The status for a negative `errno` of a subscription.
 OSStatus StatusOf(int error) {
     switch (error) {
         case -EACCES:
@@ -29,6 +28,8 @@ OSStatus StatusOf(int error) {
             return kMIDIMessageSendErr;
     }
 }
+
+}  // namespace
 
 OSStatus MIDIClient::AddPort(Port port, MIDIPortRef ref, const std::string& name) {
     // Private: only this client connects it, so no other program needs to see it.

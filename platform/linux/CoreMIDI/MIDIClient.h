@@ -60,7 +60,4 @@ class MIDIClient {
     std::unique_ptr<InputReader> mReader;
 };
 
-/// The status for a negative `errno` of a connection that is open.
-OSStatus StatusOf(int error);
-
 }  // namespace kivo::midi
