@@ -323,6 +323,22 @@ TEST(PortClients, MayComeByTheHundred) {
         EXPECT_EQ(client.Reply(), Bytes{42});
 }
 
+TEST(PortClients, MayGoAndComeAgainByTheHundred) {
+    EchoPort port;
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<Client> former(400);
+    RunBriefly();
+    former.clear();
+    // All of these wait until the former ones are served to their end.
+    std::vector<Client> clients(400);
+    for (Client& client : clients)
+        ASSERT_TRUE(client.Send(FrameKind::kRequest, 1, {42}));
+    for (Client& client : clients)
+        EXPECT_EQ(client.Reply(), Bytes{42});
+    // What each end costs must not grow with the number of those who wait.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
 /// A limit of open files, for the time of a test.
 class FileLimit {
   public:
@@ -366,6 +382,31 @@ TEST(PortClients, BeyondTheLimitPushOutTheSilentOnes) {
     kill(crowd, SIGKILL);
     waitpid(crowd, nullptr, 0);
     EXPECT_TRUE(good.IsServed());
+}
+
+/// Connects, leaves a message and goes, over and over until it is killed, from another process.
+pid_t StartTalkativeClients() {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    OutgoingFrame message({FrameKind::kOneWay, 0, 1, 0}, {});
+    for (;;) {
+        OutgoingFrame again = message;
+        again.Send(kivo::ConnectToPort("echo").Get());
+    }
+}
+
+TEST(PortClients, BeyondTheLimitKeepTheirPlaceAmongTalkativeOnes) {
+    const FileLimit limit(256);
+    EchoPort port;
+    Client good;
+    EXPECT_TRUE(good.IsServed());
+    const pid_t crowd = StartTalkativeClients();
+    for (int i = 0; i < 40; ++i) {
+        std::this_thread::sleep_for(10ms);  // The kernel takes in more than there is room for.
+        ASSERT_TRUE(good.IsServed()) << "the crowd goes first";
+    }
+    kill(crowd, SIGKILL);
+    waitpid(crowd, nullptr, 0);
 }
 
 TEST(PortClients, AreRefusedWithoutSpinningWhenThereAreNoDescriptors) {

@@ -51,6 +51,8 @@ struct PortServer::Connection {
     int beingServed = 0;
     uint64_t lastHeard = 0;
     bool isQueued = false;
+    /// Its client had stopped sending when a later connection of the same process came.
+    bool hasStopped = false;
     /// An earlier connection of the same process has to be served to its end first.
     bool isWaiting = false;
     bool hasEnded = false;
@@ -160,7 +162,7 @@ bool PortServer::Read(Connection& connection) {
     }
     if (count == 0) {
         connection.hasEnded = true;
-        ReleaseWaiting();
+        ReleaseWaiting(connection.process);
     }
     if (count < 0 && errno != EAGAIN && errno != EINTR) connection.isBroken = true;
     return false;
@@ -235,7 +237,7 @@ void PortServer::Drop(const ConnectionRef& connection) {
     }
     // A reply that is still to come finds nobody; the peer learns of the end now.
     shutdown(connection->socket.Get(), SHUT_RDWR);
-    ReleaseWaiting();
+    ReleaseWaiting(connection->process);
 }
 
 // Clients that come.
@@ -273,53 +275,59 @@ void PortServer::Admit(FileDescriptor socket, const PortPeer& peer) {
     connection->socket = std::move(socket);
     connection->process = peer.process;
     connection->lastHeard = ++mHeard;
-    connection->isWaiting = HasToWait(*connection);
+    connection->isWaiting = FindStopped(peer.process);
     mConnections.emplace(connection->number, connection);
     UpdateWatch(*connection);
 }
 
-/// Whether an earlier connection of the same process, whose client has stopped sending, is not
-/// served to its end yet. Its messages were sent before those of this one.
-bool PortServer::HasToWait(const Connection& connection) const {
-    std::vector<pollfd> earlier;
-    for (const auto& [number, other] : mConnections) {
-        if (number >= connection.number) break;
-        if (other->process != connection.process || other->hasEnded) continue;
-        earlier.push_back({other->socket.Get(), POLLRDHUP, 0});
+/// Marks the connections of a process whose clients have stopped sending; true if there are any
+/// that are not served to their end yet. Their messages were sent before those of a new connection.
+bool PortServer::FindStopped(pid_t process) {
+    bool isAny = false;
+    std::vector<Connection*> unknown;
+    std::vector<pollfd> polled;
+    for (const auto& [number, connection] : mConnections) {
+        if (connection->process != process || connection->hasEnded) continue;
+        isAny = isAny || connection->hasStopped;
+        if (connection->hasStopped) continue;
+        unknown.push_back(connection.get());
+        polled.push_back({connection->socket.Get(), POLLRDHUP, 0});
     }
-    if (earlier.empty()) return false;
-    poll(earlier.data(), earlier.size(), 0);
-    return std::any_of(earlier.begin(), earlier.end(),
-                       [](const pollfd& polled) { return polled.revents != 0; });
+    if (!polled.empty()) poll(polled.data(), polled.size(), 0);
+    for (size_t i = 0; i < polled.size(); ++i) {
+        unknown[i]->hasStopped = polled[i].revents != 0;
+        isAny = isAny || unknown[i]->hasStopped;
+    }
+    return isAny;
 }
 
-void PortServer::ReleaseWaiting() {
+/// Lets the connections of a process go on that wait for no earlier one any more. Asks nobody:
+/// this is done for each connection that ends, and hundreds may end at once.
+void PortServer::ReleaseWaiting(pid_t process) {
     for (const auto& [number, connection] : mConnections) {
-        if (!connection->isWaiting || HasToWait(*connection)) continue;
-        connection->isWaiting = false;
-        UpdateWatch(*connection);
+        if (connection->process != process) continue;
+        if (std::exchange(connection->isWaiting, false)) UpdateWatch(*connection);
+        if (connection->hasStopped && !connection->hasEnded) return;
     }
 }
 
 /// Ends a silent connection: of the process that has the most, the one not heard of for longest.
-/// False when all have something to say.
+/// False when all of that process have something to say: others do not go in their place.
 bool PortServer::MakeRoom() {
     std::map<pid_t, size_t> counts;
     for (const auto& [number, connection] : mConnections)
         ++counts[connection->process];
+    size_t most = 0;
+    for (const auto& [process, count] : counts)
+        most = std::max(most, count);
     std::vector<ConnectionRef> candidates;
     for (const auto& [number, connection] : mConnections) {
-        if (connection->beingServed == 0 && !connection->isQueued) candidates.push_back(connection);
+        const bool isInUse = connection->beingServed > 0 || connection->isQueued;
+        if (!isInUse && counts[connection->process] == most) candidates.push_back(connection);
     }
-    std::sort(candidates.begin(), candidates.end(), [&](const auto& one, const auto& other) {
-        const size_t countOfOne = counts[one->process];
-        const size_t countOfOther = counts[other->process];
-        return countOfOne != countOfOther ? countOfOne > countOfOther
-                                          : one->lastHeard < other->lastHeard;
-    });
-    const auto silent = std::find_if(
-        candidates.begin(), candidates.end(),
-        [](const auto& connection) { return connection->IsBlocked() || !connection->HasUnread(); });
+    std::ranges::sort(candidates, {}, [](const auto& one) { return one->lastHeard; });
+    const auto silent = std::ranges::find_if(
+        candidates, [](const auto& one) { return one->IsBlocked() || !one->HasUnread(); });
     if (silent == candidates.end()) return false;
     Drop(*silent);
     return true;

@@ -69,8 +69,8 @@ class PortServer {
     bool AcceptOne();
     void RefuseOne();
     void Admit(FileDescriptor socket, const PortPeer& peer);
-    bool HasToWait(const Connection& connection) const;
-    void ReleaseWaiting();
+    bool FindStopped(pid_t process);
+    void ReleaseWaiting(pid_t process);
     bool MakeRoom();
     void LimitUnfinished();
 
