@@ -4,6 +4,9 @@ import os
 import pathlib
 import queue
 import signal
+import subprocess
+import sys
+import threading
 import unittest
 
 from kivo import client, names, owner, protocol
@@ -12,6 +15,7 @@ import xsession
 from xsession import await_true
 
 DRIVER = pathlib.Path(os.environ["KIVO_DRIVER"]) if "KIVO_DRIVER" in os.environ else None
+CENTER = pathlib.Path(__file__).with_name("center.py")
 # The driver lives with a control center's silence for 10 ms; everything here gets much more, so
 # that only a hang fails on a busy machine.
 PATIENCE = 5
@@ -25,7 +29,7 @@ class ControlCenter:
     """Owns the control center's port, keeps what it is told, and answers with `replies`."""
 
     def __init__(self, session):
-        self.told = queue.Queue()
+        self._told = queue.Queue()
         self.replies = {}
         self._owner = owner.Owner(protocol.CONTROL_CENTER_PORT, self._take, session.ports())
 
@@ -34,16 +38,48 @@ class ControlCenter:
 
     def _take(self, msgid, payload):
         message = protocol.characters(msgid)
-        self.told.put((message, payload))
+        self._told.put((message, payload))
         return self.replies.get(message)
 
     def next(self, seconds=PATIENCE):
         """The next thing told: (message, values); None if nothing is in that time."""
-        try:
-            message, payload = self.told.get(timeout=seconds)
-        except queue.Empty:
-            return None
-        return message, protocol.decode(message, payload)
+        return next_of(self._told, seconds)
+
+
+def next_of(told, seconds):
+    try:
+        message, payload = told.get(timeout=seconds)
+    except queue.Empty:
+        return None
+    return message, protocol.decode(message, payload)
+
+
+class CenterProcess:
+    """A control center that can be stopped and killed; see center.py."""
+
+    def __init__(self, session):
+        self.process = session.start(sys.executable, CENTER, session.ports(),
+                                     stdout=subprocess.PIPE, text=True)
+        self._told = queue.Queue()
+        if self.process.stdout.readline() != "ready\n":
+            raise RuntimeError("the control center does not come up")
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            message, _, payload = line.rstrip("\n").partition(" ")
+            self._told.put((message, bytes.fromhex(payload)))
+
+    def next(self, seconds=PATIENCE):
+        """The next thing told: (message, values); None if nothing is in that time."""
+        return next_of(self._told, seconds)
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
 
 
 class Daemon:
@@ -67,6 +103,18 @@ class Daemon:
 
     def await_log(self, text):
         await_true(f"the log says {text!r}", lambda: text in self.log(), PATIENCE)
+
+    def _mask(self, name):
+        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(status.split(f"{name}:")[1].split()[0], 16)
+
+    def await_handler(self):
+        """Waits until SIGINT is handled, which is the first thing the daemon sees to."""
+        bit = 1 << signal.SIGINT - 1
+        await_true("SIGINT is handled", lambda: self._mask("SigCgt") & bit, PATIENCE)
+
+    def await_signals_taken(self):
+        await_true("no signal is pending", lambda: not self._mask("ShdPnd"), PATIENCE)
 
     def interrupt(self):
         """Sends SIGINT, as Ctrl-C does; returns the exit status."""
