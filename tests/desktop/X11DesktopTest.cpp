@@ -42,6 +42,12 @@ TestApplication X11DesktopTest::Start(const std::vector<TestWindow>& windows) {
         EXPECT_TRUE(Await([&] { return IsManaged(*mClient, application.Window(i)); }))
             << "the window manager does not take window " << i << " on";
     }
+    // Managers give a new window the focus some time after they list it: the last one is the last.
+    const xcb_window_t last = application.Window(application.Count() - 1);
+    EXPECT_TRUE(Await([&] {
+        const auto active = mClient->Values(mClient->Root(), "_NET_ACTIVE_WINDOW");
+        return !active.empty() && active.front() == last;
+    })) << "the new window does not become active";
     return application;
 }
 

@@ -33,7 +33,7 @@ class X11DesktopTest : public testing::Test {
     /// skipped when one of them is not installed.
     void StartSession(const std::string& manager, const std::vector<std::string>& options = {});
 
-    /// Starts an application and waits until all its windows are managed.
+    /// Starts an application and waits until all its windows are managed, the last one active.
     TestApplication Start(const std::vector<TestWindow>& windows);
 
     std::vector<Window> ListOf(pid_t processID);
