@@ -24,12 +24,12 @@ class X11ActivationsTest : public X11ManagersTest {
 TEST_P(X11ActivationsTest, EachChangeOfTheProcessIsToldOnce) {
     const auto one = Start({{.title = "one"}});
     const auto other = Start({{.title = "other"}});
-    ASSERT_EQ(mDesktop->MakeMain(one.Window()), Status::kOk);
+    ASSERT_TRUE(MakeMain(one.Window()));
     EXPECT_EQ(FrontProcess(), one.ProcessID());
     Observe();
     std::vector<pid_t> wanted;
     for (const TestApplication* next : {&other, &one, &other}) {
-        ASSERT_EQ(mDesktop->MakeMain(next->Window()), Status::kOk);
+        ASSERT_TRUE(MakeMain(next->Window()));
         wanted.push_back(next->ProcessID());
         EXPECT_TRUE(Await([&] { return mTold == wanted; }));
         EXPECT_EQ(FrontProcess(), next->ProcessID());
@@ -40,11 +40,11 @@ TEST_P(X11ActivationsTest, EachChangeOfTheProcessIsToldOnce) {
 
 TEST_P(X11ActivationsTest, AnotherWindowOfTheSameProcessIsNone) {
     const auto one = Start({{.title = "first"}, {.title = "second"}});
-    ASSERT_EQ(mDesktop->MakeMain(one.Window(0)), Status::kOk);
+    ASSERT_TRUE(MakeMain(one.Window(0)));
     EXPECT_EQ(FrontProcess(), one.ProcessID());
     Observe();
     for (const std::size_t index : {1u, 0u, 1u}) {
-        ASSERT_EQ(mDesktop->MakeMain(one.Window(index)), Status::kOk);
+        ASSERT_TRUE(MakeMain(one.Window(index)));
         TurnRunLoop(0.01);
     }
     TurnRunLoop(kLasting);
@@ -54,8 +54,8 @@ TEST_P(X11ActivationsTest, AnotherWindowOfTheSameProcessIsNone) {
 TEST_P(X11ActivationsTest, TheNextInLineIsToldWhenTheFrontOneEnds) {
     const auto one = Start({{.title = "one"}});
     auto other = Start({{.title = "other"}});
-    ASSERT_EQ(mDesktop->MakeMain(one.Window()), Status::kOk);
-    ASSERT_EQ(mDesktop->MakeMain(other.Window()), Status::kOk);
+    ASSERT_TRUE(MakeMain(one.Window()));
+    ASSERT_TRUE(MakeMain(other.Window()));
     EXPECT_EQ(FrontProcess(), other.ProcessID());
     Observe();
     other.Kill();
@@ -67,7 +67,7 @@ TEST_P(X11ActivationsTest, TheNextInLineIsToldWhenTheFrontOneEnds) {
 TEST_P(X11ActivationsTest, AWindowComesToTheFrontOnlyWhenItIsActive) {
     const auto one = Start({{.title = "first"}, {.title = "second"}});
     for (const std::size_t index : {0u, 0u, 1u, 0u}) {
-        ASSERT_EQ(mDesktop->MakeMain(one.Window(index)), Status::kOk);
+        ASSERT_TRUE(MakeMain(one.Window(index)));
         EXPECT_THAT(mClient->Values(mClient->Root(), "_NET_ACTIVE_WINDOW")[0], one.Window(index));
     }
 }
@@ -86,7 +86,7 @@ TEST_P(X11MinimisedTest, MakingAMinimisedWindowMainRestoresIt) {
     };
     mClient->Send(one.Window(1), "WM_CHANGE_STATE", {kIconic});
     ASSERT_TRUE(Await([&] { return stateOf(1) == kIconic; }));
-    EXPECT_EQ(mDesktop->MakeMain(one.Window(1)), Status::kOk);
+    EXPECT_TRUE(MakeMain(one.Window(1)));
     EXPECT_TRUE(Await([&] { return stateOf(1) == kNormal; }));
 }
 
@@ -238,6 +238,15 @@ TEST_F(X11ScriptedTest, AManagerThatDoesNotActivateIsARefusal) {
     EXPECT_GE(waited, 0.1);
     EXPECT_LT(waited, 0.3);
     EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kOk) << "it is active already";
+}
+
+TEST_F(X11ScriptedTest, AnActiveWindowThatIsNotShownIsWaitedFor) {
+    mScript->MakeActive(mOne->Window());
+    xcb_unmap_window(mClient->Get(), mOne->Window());
+    mClient->Sync();
+    const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
+    EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kOk) << "rolled up, it stays unseen";
+    EXPECT_GE(CFAbsoluteTimeGetCurrent() - start, 0.1);
 }
 
 TEST_F(X11ScriptedTest, AManagerThatActivatesAnotherIsARefusalToo) {

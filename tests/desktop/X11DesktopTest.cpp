@@ -76,6 +76,10 @@ pid_t X11DesktopTest::FrontProcess() {
     return front ? front->processID : 0;
 }
 
+bool X11DesktopTest::MakeMain(xcb_window_t window) {
+    return Await([&] { return mDesktop->MakeMain(window) == Status::kOk; });
+}
+
 void X11DesktopTest::WriteDesktopFile(const std::string& id, const std::string& keys) {
     fs::create_directories(mDataHome / "applications");
     std::ofstream(mDataHome / "applications" / (id + ".desktop"))

@@ -42,6 +42,9 @@ class X11DesktopTest : public testing::Test {
     /// The id of the process in front; -1 when its process is unknown, 0 when nobody is.
     pid_t FrontProcess();
 
+    /// Makes a window main; again where a manager takes longer than the limit on a busy machine.
+    bool MakeMain(xcb_window_t window);
+
     void WriteDesktopFile(const std::string& id, const std::string& keys);
 
     std::filesystem::path mDataHome;

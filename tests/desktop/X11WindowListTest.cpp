@@ -31,7 +31,7 @@ TEST_P(X11WindowListTest, IsEmptyForAProcessWithoutWindows) {
 TEST_P(X11StackingTest, ListIsInFrontToBackOrder) {
     const auto one = Start({{.title = "first"}, {.title = "second"}, {.title = "third"}});
     for (const std::size_t index : {0u, 2u, 1u}) {
-        ASSERT_EQ(mDesktop->MakeMain(one.Window(index)), Status::kOk);
+        ASSERT_TRUE(MakeMain(one.Window(index)));
     }
     EXPECT_TRUE(Await([&] {
         return TitlesOf(one.ProcessID()) == std::vector<std::string>{"second", "third", "first"};
@@ -69,7 +69,7 @@ TEST_P(X11StackingTest, ListHoldsMinimisedWindows) {
 TEST_P(X11WindowListTest, LeavesOutWindowsOfOtherWorkspaces) {
     const auto one = Start({{.title = "here"}, {.title = "there"}, {.title = "everywhere"}});
     if (Is("i3")) {
-        ASSERT_EQ(mDesktop->MakeMain(one.Window(1)), Status::kOk);
+        ASSERT_TRUE(MakeMain(one.Window(1)));
         Process move({"i3-msg", "move container to workspace 2"});
         ASSERT_TRUE(Await([&] {
             return mClient->Values(one.Window(1), "_NET_WM_DESKTOP") ==

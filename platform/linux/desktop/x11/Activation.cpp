@@ -8,6 +8,7 @@ namespace {
 /// How a window stands at one moment.
 struct Standing {
     bool exists;
+    bool isViewable;
     bool isActive;
     bool isManaged;  ///< there is a window manager to ask
 };
@@ -18,8 +19,9 @@ Standing Look(Question& question, WindowManager& manager, xcb_window_t window) {
     auto active = AskProperty(question, question.Facts().root, question.Names().activeWindow,
                               XCB_ATOM_WINDOW);
     const bool isManaged = manager.IsRunning(question, check);
-    return {attributes.Take() != nullptr, isManaged && FirstValueOf(active.Take()) == window,
-            isManaged};
+    const auto reply = attributes.Take();
+    return {reply != nullptr, reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE,
+            isManaged && FirstValueOf(active.Take()) == window, isManaged};
 }
 
 void SendRequest(Question& question, xcb_window_t window) {
@@ -59,13 +61,15 @@ Status Activate(Connection& connection, WindowManager& manager, xcb_window_t win
         const Standing standing = Look(question, manager, window);
         if (!question.IsAnswered()) return Status::kNoAnswer;
         if (!standing.exists) return Status::kWindowGone;
-        if (standing.isActive) return Status::kOk;
+        // One that was minimised a moment ago may still be called active, but has to be restored.
+        if (standing.isActive && standing.isViewable) return Status::kOk;
         if (!standing.isManaged) return Status::kRefused;
         if (!deadline) {
             SendRequest(question, window);
             deadline = LoopClock::Current().Now() + kActivationTimeout;
         } else if (LoopClock::Current().Now() >= *deadline) {
-            return Status::kRefused;
+            // Rolled up, a window is active without being viewable.
+            return standing.isActive ? Status::kOk : Status::kRefused;
         }
         WaitForChange(connection, changes, *deadline);
     }
