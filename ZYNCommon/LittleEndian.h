@@ -35,7 +35,8 @@ inline void LoadUnitsByByte(const unsigned char* src, unsigned short* units, std
     }
 }
 
-// The same, in one copy where memory and wire agree: compilers do not merge the bytes by themselves.
+// The same, in one copy where memory and wire agree: compilers do not merge the bytes by
+// themselves.
 
 inline void StoreNumber(unsigned int number, unsigned char* dst) {
     if constexpr (kHostIsLittleEndian) {

@@ -15,6 +15,7 @@ extern ZYN_Driver_FrontAppObserver* gSelf;
 /// Keeps a record of the frontmost application and marks each activation. There is one, reached
 /// through `frontAppObserver`; the rest of the system asks it through the CFWorkspace_ functions.
 /// Main thread only.
+// NOLINTBEGIN(readability-identifier-naming): its methods are named as in the Foundation.
 class ZYN_Driver_FrontAppObserver {
   public:
     using Callback = void (*)();
@@ -61,3 +62,4 @@ class ZYN_Driver_FrontAppObserver {
     bool mFrontAppChanged = false;
     pid_t mProcessID = 0;
 };
+// NOLINTEND(readability-identifier-naming)

@@ -124,7 +124,7 @@ std::optional<PortFolder> PortFolder::Open(bool mayMake) {
 }
 
 std::string PortFolder::SocketPath(const std::string& file) const {
-    const std::string path = mPath + "/" + file;
+    std::string path = mPath + "/" + file;
     if (path.size() < sizeof(sockaddr_un::sun_path)) return path;
     return "/proc/self/fd/" + std::to_string(mDescriptor.Get()) + "/" + file;
 }

@@ -190,7 +190,7 @@ CFRef<RemoteMessagePort::Link*> RemoteMessagePort::CurrentLink() const {
     return mLink;
 }
 
-void RemoteMessagePort::Use(CFRef<Link*> link) {
+void RemoteMessagePort::Use(const CFRef<Link*>& link) {
     {
         const std::lock_guard lock(mLock);
         if (mLink) mFormerLinks.push_back(mLink);
@@ -248,7 +248,7 @@ void RemoteMessagePort::ReplaceHalfSent() {
     FileDescriptor socket = ConnectToPort(NameBytes());
     if (!socket) return;
     auto link = Adopt(new Link(*this, std::move(socket)));
-    if (link.Get()->Peer().process == former.Get()->Peer().process) Use(std::move(link));
+    if (link.Get()->Peer().process == former.Get()->Peer().process) Use(link);
 }
 
 // Replies.

@@ -32,7 +32,7 @@ class RemoteMessagePort final : public MessagePort {
 
     explicit RemoteMessagePort(const std::string& name) : MessagePort(name) {}
     CFRef<Link*> CurrentLink() const;
-    void Use(CFRef<Link*> link);
+    void Use(const CFRef<Link*>& link);
     void ReplaceHalfSent();
 
     SInt32 Send(const FrameHeader& header, std::span<const uint8_t> payload,

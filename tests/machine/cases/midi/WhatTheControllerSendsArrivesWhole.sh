@@ -18,6 +18,7 @@ send kivo 90 3C 40 3E 41
 await 20 arrived "903C40903E41"
 
 # A long message comes in stretches.
+# shellcheck disable=SC2046 # printf is to have a word for each byte.
 long=F0$(printf '%02X' $(for byte in $(seq 0 599); do echo $((byte % 128)); done))F7
 send kivo "$long"
 await 20 arrived "$long"
