@@ -20,7 +20,17 @@ class Samples {
         operation();
         const std::chrono::duration<double, std::micro> taken =
             std::chrono::steady_clock::now() - start;
-        mTimes.push_back(taken.count());
+        Add(taken.count());
+    }
+    void Add(double microseconds) { mTimes.push_back(microseconds); }
+
+    /// What each took beyond `microseconds`.
+    Samples Over(double microseconds) const {
+        Samples rest;
+        for (const double time : mTimes) {
+            rest.Add(time - microseconds);
+        }
+        return rest;
     }
 
     /// The time that a share of the samples does not exceed.

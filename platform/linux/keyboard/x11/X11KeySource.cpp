@@ -85,6 +85,7 @@ X11KeySource::~X11KeySource() {
 void X11KeySource::Watch(int descriptor) {
     epoll_event event{};
     event.events = EPOLLIN;
+    event.data.fd = descriptor;
     epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
 }
 
@@ -229,10 +230,17 @@ void X11KeySource::Close(DeviceID device) {
 // Events of the server
 
 void X11KeySource::Read() {
-    std::uint64_t count = 0;
-    eventfd_read(mWake.Get(), &count);
-    if (read(mBeat.Get(), &count, sizeof count) > 0) mGuard.Beat();
-    ReadGuard();
+    std::array<epoll_event, 4> ready{};
+    const int count = epoll_wait(mPoll.Get(), ready.data(), static_cast<int>(ready.size()), 0);
+    for (int i = 0; i < count; ++i) {
+        std::uint64_t ignored = 0;
+        const int descriptor = ready[static_cast<std::size_t>(i)].data.fd;
+        if (descriptor == mWake.Get()) eventfd_read(descriptor, &ignored);
+        if (descriptor == mBeat.Get() && read(descriptor, &ignored, sizeof ignored) > 0) {
+            mGuard.Beat();
+        }
+        if (descriptor == mGuard.Descriptor()) ReadGuard();
+    }
     ReadServer();
     StopListening();
 }
