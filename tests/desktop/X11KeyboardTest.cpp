@@ -314,7 +314,7 @@ TEST_F(X11KeyboardTest, ARealApplicationGetsItsText) {
 class X11GuardTest : public X11KeyboardTest {
   protected:
     void StartDaemon() {
-        daemon = Process([this] {
+        daemon = Process([] {
             TestTap mine;
             mine.judge = [&](const std::string& key) {
                 if (key == "time-out") {
