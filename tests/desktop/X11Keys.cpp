@@ -3,6 +3,7 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -57,9 +58,10 @@ bool Hand::IsHeld() {
 }
 
 void Hand::SetEnabled(bool isEnabled) {
-    const std::uint8_t value = isEnabled ? 1 : 0;
+    // xcb sends whole words of what it is given.
+    const std::array<std::uint8_t, 4> value{isEnabled ? std::uint8_t{1} : std::uint8_t{0}};
     xcb_input_xi_change_property(client.Get(), mKeyboard, XCB_PROP_MODE_REPLACE, 8,
-                                 client.Atom("Device Enabled"), XCB_ATOM_INTEGER, 1, &value);
+                                 client.Atom("Device Enabled"), XCB_ATOM_INTEGER, 1, value.data());
     client.Sync();
 }
 
