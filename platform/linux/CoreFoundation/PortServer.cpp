@@ -96,6 +96,7 @@ void PortServer::Close() {
 // Turns.
 
 std::optional<PortServer::Message> PortServer::NextMessage() {
+    if (mTurnsUntilRoom > 0) --mTurnsUntilRoom;
     CollectEvents();
     if (mReady.empty()) return std::nullopt;
     const ConnectionRef connection = mReady.front();
@@ -249,7 +250,8 @@ void PortServer::AcceptSome() {
 
 /// Takes in one client; false when there is none, or no place for him now.
 bool PortServer::AcceptOne() {
-    if (mConnections.size() >= mMostConnections && !MakeRoom()) return false;
+    const bool isFull = mConnections.size() >= mMostConnections;
+    if (isFull && (mTurnsUntilRoom > 0 || !MakeRoom())) return false;
     FileDescriptor socket(
         accept4(mName->Listener(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!socket) {
@@ -259,7 +261,8 @@ bool PortServer::AcceptOne() {
     }
     const auto peer = PeerOf(socket.Get());
     if (peer && peer->user == geteuid()) Admit(std::move(socket), *peer);
-    return true;
+    // Making room takes long: one at a time, so that those inside get their turns.
+    return !isFull;
 }
 
 void PortServer::RefuseOne() {
@@ -328,7 +331,10 @@ bool PortServer::MakeRoom() {
     std::ranges::sort(candidates, {}, [](const auto& one) { return one->lastHeard; });
     const auto silent = std::ranges::find_if(
         candidates, [](const auto& one) { return one->IsBlocked() || !one->HasUnread(); });
-    if (silent == candidates.end()) return false;
+    if (silent == candidates.end()) {
+        mTurnsUntilRoom = mConnections.size();
+        return false;
+    }
     Drop(*silent);
     return true;
 }

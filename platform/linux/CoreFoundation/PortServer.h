@@ -80,6 +80,9 @@ class PortServer {
     FileDescriptor mReserve;
     std::optional<OwnedPortName> mName;
     size_t mMostConnections;
+    /// Looking for a silent connection asks all of them. After it was in vain as many turns pass,
+    /// or a crowd at the door would slow down everybody inside.
+    size_t mTurnsUntilRoom = 0;
     uint64_t mLastNumber = 0;
     /// Counts what is heard; the connection with the lowest stamp was silent for longest.
     uint64_t mHeard = 0;
