@@ -91,6 +91,8 @@ class Session:
             "HOME": str(folders["home"]), "XDG_RUNTIME_DIR": str(folders["run"]),
             "XDG_DATA_HOME": str(folders["data"]), "XDG_CONFIG_HOME": str(folders["config"]),
             "LANG": "C.UTF-8",
+            # Keys are forwarded in this session only, whatever else the user may hold.
+            "KIVO_KEYBOARD": "x11",
             # The applications manage without a message bus.
             "GSETTINGS_BACKEND": "keyfile", "NO_AT_BRIDGE": "1", "GDK_BACKEND": "x11",
         }

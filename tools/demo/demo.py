@@ -5,6 +5,7 @@ It runs in a session of its own and looks at each answer twice: what the daemon 
 desktop says by other means. Ends with status 0 only if every answer was right.
 """
 
+import contextlib
 import shlex
 import signal
 import sys
@@ -12,6 +13,7 @@ import time
 
 from programs import DAEMON, ControlCenter, interrupt, request_status
 from session import LANGUAGE_TABLE, Session
+from hand import Hand, KeyWindow
 from truth import Desktop
 
 
@@ -32,6 +34,7 @@ class Demonstration:
         self._ask_by_title()
         self._ask_for_targets()
         self._ask_for_the_status()
+        self._forward_keys()
         self._say_goodbye()
 
     # Telling and judging.
@@ -134,6 +137,39 @@ class Demonstration:
         self._judge("Stus", f"{units} units, {channels} channels", "2 units, 16 channels",
                     "what kivoctl was told")
 
+    def _forward_keys(self):
+        self._say("Keys, typed on the keyboard of the session: the control center swallows B")
+        window = KeyWindow(self._session)
+        self._desktop.activate(self._desktop.window_named("Tasten"))
+        hand = Hand(self._session.environment["DISPLAY"])
+        self._center.forget_notifications()
+        self._center.ask("tap on")
+        self._await_forwarding(hand, window)
+        hand.type("abc")
+        for key, verdict in (("A", "let through"), ("B", "swallowed"), ("C", "let through")):
+            for what in ("pressed", "released"):
+                self._expect(f"{key} is {what}", f"{key} {what}: {verdict}", "what was typed")
+        self._await_and_judge(window, "the window in front got", "ac")
+        self._center.ask("tap off")
+        hand.type("b")
+        self._await_and_judge(window, "and after tap off", "b")
+
+    def _await_forwarding(self, hand, window):
+        """Types until the keyboard is held, which takes a moment, and the key is asked about."""
+        for count in range(1, 50):
+            hand.type("c")
+            if self._center.next_notification(seconds=0.1):
+                break
+        self._center.forget_notifications()
+        window.await_typed("c" * count)
+        window.forget()
+
+    def _await_and_judge(self, window, what, wanted):
+        with contextlib.suppress(TimeoutError):
+            window.await_typed(wanted)
+        self._judge(what, window.typed(), wanted, "xev")
+        window.forget()
+
     def _say_goodbye(self):
         self._say("SIGINT")
         self._center.forget_notifications()
@@ -147,6 +183,9 @@ def in_words(told):
     """An answer or a notification of `kivoctl session --json`, shortly."""
     if told is None:
         return "nothing"
+    if told.get("name") == "key":
+        verdict = "swallowed" if told["swallowed"] else "let through"
+        return f"{told['key']} {'pressed' if told['down'] else 'released'}: {verdict}"
     if "code" in told:
         values = (told.get(name) for name in ("identity", "language", "signature", "bundleIdentifier"))
         return f"{told['code']}: {next((value for value in values if value), '')}"

@@ -12,6 +12,7 @@ import threading
 FOLDER = pathlib.Path(__file__).resolve().parents[2] / "build" / "release" / "bin"
 DAEMON = FOLDER / "kivo-driver"
 KIVOCTL = FOLDER / "kivoctl"
+SWALLOWED = "0x0B"  # the key B
 
 
 class ControlCenter:
@@ -20,6 +21,7 @@ class ControlCenter:
     def __init__(self, session, units, channels):
         self._process = session.start(
             KIVOCTL, "session", "--json", "--units", units, "--channels", channels,
+            "--keys", "--swallow", SWALLOWED,
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None, text=True)
         self._answers = queue.Queue()
         self._notifications = queue.Queue()
