@@ -322,7 +322,7 @@ TEST_F(X11ScriptedTest, AWindowWithMoreChildrenThanAReplyHoldsIsHarmless) {
     }
     mClient->Sync();
     EXPECT_EQ(FrameOf(app.Window(0)).width, 200);
-    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("crowded", "other"));
+    EXPECT_THAT(TitlesOf(app.ProcessID()), ElementsAre("other", "crowded"));
 }
 
 TEST_F(X11ScriptedTest, WorkspacesCountOnlyWhereThereAreSeveral) {

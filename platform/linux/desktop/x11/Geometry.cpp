@@ -1,6 +1,6 @@
 #include "desktop/x11/Geometry.h"
 
-#include "desktop/x11/Ancestors.h"
+#include "desktop/x11/StackingOrder.h"
 
 namespace kivo::desktop::x11 {
 namespace {

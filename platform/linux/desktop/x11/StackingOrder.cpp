@@ -1,21 +1,16 @@
-#include "desktop/x11/Ancestors.h"
+#include "desktop/x11/StackingOrder.h"
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_map>
 
 namespace kivo::desktop::x11 {
 namespace {
 
-using Tree = Pending<xcb_query_tree_cookie_t>;
-
-Tree AskTree(Question& question, xcb_window_t window) {
-    return {question, xcb_query_tree(question.Get(), window)};
-}
-
 /// Puts the parent, unless that is the root window, into each window's place. The ones that may
 /// have another.
 std::vector<xcb_window_t*> Climb(Question& question, const std::vector<xcb_window_t*>& windows) {
-    std::vector<Tree> trees;
+    std::vector<TreeRequest> trees;
     trees.reserve(windows.size());
     for (const xcb_window_t* window : windows) {
         trees.push_back(AskTree(question, *window));
@@ -48,18 +43,35 @@ void ClimbToTop(Question& question, std::span<xcb_window_t> windows) {
     }
 }
 
-/// How far from the back each child of the root window lies.
-std::unordered_map<xcb_window_t, int> HeightsOf(xcb_query_tree_reply_t& root) {
-    const std::span children(xcb_query_tree_children(&root), root.children_len);
-    std::unordered_map<xcb_window_t, int> heights;
+using Heights = std::unordered_map<xcb_window_t, std::size_t>;
+
+Heights HeightsOfChildren(xcb_query_tree_reply_t& parent) {
+    const std::span children(xcb_query_tree_children(&parent), parent.children_len);
+    Heights heights;
     heights.reserve(children.size());
     for (const xcb_window_t child : children) {
-        heights.emplace(child, static_cast<int>(heights.size()));
+        heights.emplace(child, heights.size());
     }
     return heights;
 }
 
+/// Puts the top ancestors into the place of the windows that are none themselves.
+void Replace(Question& question, const Heights& heights, std::vector<xcb_window_t>& windows) {
+    std::vector<xcb_window_t> inner;
+    std::copy_if(windows.begin(), windows.end(), std::back_inserter(inner),
+                 [&](xcb_window_t window) { return !heights.contains(window); });
+    const auto tops = TopAncestors(question, inner);
+    auto top = tops.begin();
+    for (xcb_window_t& window : windows) {
+        if (!heights.contains(window)) window = *top++;
+    }
+}
+
 }  // namespace
+
+TreeRequest AskTree(Question& question, xcb_window_t window) {
+    return {question, xcb_query_tree(question.Get(), window)};
+}
 
 std::vector<xcb_window_t> TopAncestors(Question& question, std::span<const xcb_window_t> windows) {
     std::vector<xcb_window_t> tops(windows.begin(), windows.end());
@@ -70,23 +82,21 @@ std::vector<xcb_window_t> TopAncestors(Question& question, std::span<const xcb_w
     return tops;
 }
 
-void SortFrontToBack(Question& question, std::vector<xcb_window_t>& windows) {
-    if (windows.size() < 2) return;
-    Tree root = AskTree(question, question.Facts().root);
-    const auto tops = TopAncestors(question, windows);
-    const auto tree = root.Take();
-    if (tree == nullptr || !question.IsAnswered()) return;
-    const auto heights = HeightsOf(*tree);
-    std::vector<std::pair<int, xcb_window_t>> sorted;
-    for (std::size_t i = 0; i < windows.size(); ++i) {
-        const auto height = heights.find(tops[i]);
-        if (height == heights.end()) return;
-        sorted.emplace_back(height->second, windows[i]);
+StackingOrder::StackingOrder(Question& question)
+    : mQuestion(question), mRoot(AskTree(question, question.Facts().root)) {}
+
+std::vector<std::size_t> StackingOrder::HeightsOf(std::vector<xcb_window_t> windows) {
+    const auto root = mRoot.Take();
+    if (root == nullptr) return {};
+    const Heights heights = HeightsOfChildren(*root);
+    Replace(mQuestion, heights, windows);
+    std::vector<std::size_t> found;
+    for (const xcb_window_t window : windows) {
+        const auto height = heights.find(window);
+        if (height == heights.end()) return {};
+        found.push_back(height->second);
     }
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const auto& one, const auto& other) { return one.first > other.first; });
-    std::transform(sorted.begin(), sorted.end(), windows.begin(),
-                   [](const auto& one) { return one.second; });
+    return found;
 }
 
 }  // namespace kivo::desktop::x11
