@@ -1,11 +1,13 @@
 """KiFA and KiFI: which application is in front."""
 
+import os
 import shutil
+import sys
 
 from support import DaemonTest
 from xsession import await_true
 
-DESKTOP_FILE = "[Desktop Entry]\nType=Application\nName=Test\nExec=nothing\n"
+DESKTOP_FILE = "[Desktop Entry]\nType=Application\nName=Test\n"
 
 
 class FrontApplicationTest(DaemonTest):
@@ -36,6 +38,21 @@ class FrontApplicationTest(DaemonTest):
         self.switch(signed)
         self.expect("KiFA", signature="ABCD")
         self.expect_nothing()
+
+    def test_a_signature_of_another_length(self):
+        for name, signature in (("Short", "AB"), ("Long", "ABCDE")):
+            self.add_desktop_file(name, f"StartupWMClass={name}", f"X-CFBundleSignature={signature}")
+        self.start()
+        self.open_windows("A window", class_name="Short")
+        self.expect("KiFA", signature="AB\0\0")
+        self.open_windows("A window", class_name="Long")
+        self.expect("KiFA", signature="ABCD")
+
+    def test_a_desktop_file_for_the_program(self):
+        self.add_desktop_file("org.ex.python", f"Exec={os.path.realpath(sys.executable)} %U")
+        self.start()
+        self.open_windows("A window", class_name="Unknown")
+        self.expect("KiFI", bundleIdentifier="org.ex.python")
 
     def test_the_one_in_front_at_start_is_told_first(self):
         self.open_windows("A window", class_name="Early")
