@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include <utility>
+
 #include "ZYNCommon/DesignedRetention.h"
 #include "ZYNCommon/MessageCodes.h"
 #include "driver/Accessibility.h"
@@ -26,27 +28,44 @@ kivo::CFRef<CFArrayRef> CopyControlCenterWindows() {
     return kivo::Adopt(static_cast<CFArrayRef>(windows));
 }
 
-/// A window that was examined stays retained for ever, but for the one measured at the end.
-void KeepForEver(AXUIElementRef window) {
-    if (window != nullptr) kivo::RetainByDesign(kivo::DesignedRetention::kAlertWindow, window);
-}
+/// The window examined last, retained. A window that was examined stays so for ever, however the
+/// examination goes on, but for the one that is taken to be measured.
+class ExaminedWindow {
+  public:
+    ExaminedWindow() = default;
+    ~ExaminedWindow() { Keep(); }
+    ExaminedWindow(const ExaminedWindow&) = delete;
+    ExaminedWindow& operator=(const ExaminedWindow&) = delete;
+
+    void Examine(AXUIElementRef window) {
+        Keep();
+        mWindow = static_cast<AXUIElementRef>(CFRetain(window));
+    }
+    AXUIElementRef Take() { return std::exchange(mWindow, nullptr); }
+
+  private:
+    void Keep() {
+        if (mWindow == nullptr) return;
+        kivo::RetainByDesign(kivo::DesignedRetention::kAlertWindow, mWindow);
+    }
+
+    AXUIElementRef mWindow = nullptr;
+};
 
 }  // namespace
 
 /// The window titled "Window", else the last one, retained; null when there is none or a title
 /// cannot be read.
 AXUIElementRef CZYN_UserSpaceDriver::WindowForAlert(CFArrayRef windows) {
-    AXUIElementRef window = nullptr;
+    ExaminedWindow examined;
     for (CFIndex i = 0; i < CFArrayGetCount(windows); ++i) {
+        const AXUIElementRef window = kivo::WindowAt(windows, i);
         kivo::CFRef<CFStringRef> title;
-        const AXUIElementRef examined = kivo::WindowAt(windows, i);
-        KeepForEver(window);
-        window = nullptr;
-        if (!kivo::CopyTitle(examined, title)) return nullptr;
-        window = static_cast<AXUIElementRef>(CFRetain(examined));
+        if (!kivo::CopyTitle(window, title)) return nullptr;
+        examined.Examine(window);
         if (MatchWindowTitle(title.Get(), CFSTR("Window"), false)) break;
     }
-    return window;
+    return examined.Take();
 }
 
 void CZYN_UserSpaceDriver::TriggerAXAlert() {

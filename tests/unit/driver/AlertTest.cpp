@@ -109,7 +109,9 @@ TEST_F(AlertTest, ExceptionIsLoggedOnceAndSurvived) {
     Throwing throwing;
     RunControlCenter({"Window"});
     CapturedLog().clear();
+    const auto kept = CountDesignedRetentions(DesignedRetention::kAlertWindow);
     throwing.TriggerAXAlert();
+    EXPECT_EQ(CountDesignedRetentions(DesignedRetention::kAlertWindow) - kept, 1U);
     EXPECT_THAT(CapturedLogTexts(), ElementsAre("EXCEPTION in TriggerAXAlert ()"));
     EXPECT_EQ(CapturedLog()[0].priority, 0);
     Run(0.15);
