@@ -1,16 +1,20 @@
 #include "bench/keys/Typist.h"
 
+#include <poll.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 #include <chrono>
-#include <cstdlib>
+#include <memory>
 #include <stdexcept>
+
+#include "platform/linux/keyboard/x11/Xkb.h"
 
 namespace kivo::bench {
 namespace {
 
 constexpr std::uint8_t kKeycode = 38;  // A
+constexpr int kPatienceMilliseconds = 200;
 
 }  // namespace
 
@@ -25,13 +29,14 @@ Typist::Typist() {
     mApplication.Sync();
 }
 
-double Typist::Type() {
+std::optional<double> Typist::Type() {
     const auto start = std::chrono::steady_clock::now();
     Send(true);
-    AwaitEvent(XCB_KEY_PRESS);
+    const bool hasCome = AwaitEvent(XCB_KEY_PRESS);
     const std::chrono::duration<double, std::micro> taken =
         std::chrono::steady_clock::now() - start;
     Send(false);
+    if (!hasCome) return std::nullopt;
     AwaitEvent(XCB_KEY_RELEASE);
     return taken.count();
 }
@@ -43,12 +48,14 @@ void Typist::Send(bool isDown) {
     xcb_flush(mHand.Get());
 }
 
-void Typist::AwaitEvent(std::uint8_t type) {
-    for (bool isIt = false; !isIt;) {
-        xcb_generic_event_t* const event = xcb_wait_for_event(mApplication.Get());
-        if (event == nullptr) throw std::runtime_error("the X server is gone");
-        isIt = (event->response_type & 0x7F) == type;
-        std::free(event);
+bool Typist::AwaitEvent(std::uint8_t type) {
+    for (;;) {
+        const std::unique_ptr<xcb_generic_event_t, keyboard::x11::Free> event(
+            xcb_poll_for_event(mApplication.Get()));
+        if (event && (event->response_type & 0x7F) == type) return true;
+        if (event) continue;
+        pollfd socket{xcb_get_file_descriptor(mApplication.Get()), POLLIN, 0};
+        if (poll(&socket, 1, kPatienceMilliseconds) <= 0) return false;
     }
 }
 

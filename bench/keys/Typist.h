@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "platform/linux/keyboard/x11/InputDevices.h"
 #include "tests/desktop/XSession.h"
@@ -15,15 +16,16 @@ class Typist {
   public:
     Typist();
 
-    /// Types a key and returns the microseconds from its press to the application's notice of it.
-    double Type();
+    /// Types a key and returns the microseconds from its press to the application's notice of it;
+    /// nothing when it never came there, as when the control center had no answer in time.
+    std::optional<double> Type();
     /// Waits until somebody holds the keyboard, or nobody does.
     void AwaitHeld(bool isHeld);
     keyboard::x11::DeviceNumber Keyboard() const { return mKeyboard; }
 
   private:
     void Send(bool isDown);
-    void AwaitEvent(std::uint8_t type);
+    bool AwaitEvent(std::uint8_t type);
 
     test::XClient mHand;
     test::XClient mApplication;

@@ -57,8 +57,8 @@ void TypeBlock(Typist& typist, Samples* samples) {
     for (int key = -kKeysToWarmUp; key < kKeysPerBlock; ++key) {
         // Keys come one by one, to processes that sleep.
         std::this_thread::sleep_for(std::chrono::microseconds(1000 + key % 7 * 300));
-        const double time = typist.Type();
-        if (key >= 0) samples->Add(time);
+        const auto time = typist.Type();
+        if (key >= 0 && time) samples->Add(*time);
     }
 }
 
