@@ -34,7 +34,7 @@ Likeness MakeLikeness(int original) {
 }  // namespace
 
 bool Clone::IsPossible() {
-    return FileDescriptor(open(kUinput, O_RDWR | O_NONBLOCK | O_CLOEXEC)) ? true : false;
+    return static_cast<bool>(FileDescriptor(open(kUinput, O_RDWR | O_NONBLOCK | O_CLOEXEC)));
 }
 
 std::unique_ptr<Clone> Clone::Make(const libevdev* original, int originalDescriptor) {
