@@ -1,5 +1,6 @@
 #include "tools/kivoctl/Adviser.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -13,12 +14,25 @@
 #include "tools/kivoctl/Decode.h"
 #include "tools/kivoctl/Failure.h"
 
+extern char** environ;  // NOLINT(readability-redundant-declaration): not every system declares it
+
 namespace kivo::ctl {
 
 namespace {
 
 /// The daemon gives up after 10 ms, of which the way there and back takes some.
 constexpr std::chrono::milliseconds kPatience{8};
+
+/// Two connected sockets, which a child has only if it is handed one.
+std::array<int, 2> MakeSocketPair() {
+    std::array<int, 2> pair{};
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()) != 0) {
+        throw Failure(ExitCode::kBroken, "making a socket pair failed");
+    }
+    for (const int end : pair)
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+    return pair;
+}
 
 /// Starts the shell with `socket` for its standard input and output; 0, or why it did not start.
 int Spawn(const std::string& command, int socket, pid_t* process) {
@@ -38,13 +52,10 @@ int Spawn(const std::string& command, int socket, pid_t* process) {
 }  // namespace
 
 Adviser::Adviser(const std::string& command) {
-    std::array<int, 2> pair{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
-        throw Failure(ExitCode::kBroken, "making a socket pair failed");
-    }
-    const int error = Spawn(command, pair[1], &mProcess);
-    close(pair[1]);
-    mSocket = pair[0];
+    const auto [ours, theirs] = MakeSocketPair();
+    const int error = Spawn(command, theirs, &mProcess);
+    close(theirs);
+    mSocket = ours;
     if (error == 0) return;
     close(mSocket);
     throw Failure(ExitCode::kBroken, std::string("starting /bin/sh failed: ") + strerror(error));
@@ -70,7 +81,8 @@ bool Adviser::SendQuestion(const KeyEvent& event) const {
     auto fields = DescribeKeyEvent(event, false).fields;
     fields.erase("swallowed");
     const std::string line = fields.dump() + '\n';
-    return send(mSocket, line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
+    // If the program has gone this fails: kivoctl ignores SIGPIPE.
+    return send(mSocket, line.data(), line.size(), MSG_DONTWAIT) ==
            static_cast<ssize_t>(line.size());
 }
 
