@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr unsigned int kNoProcess = 0xFFFFFFFF;  // the process identifier -1
+constexpr unsigned int kNoApplication = 0xFFFFFFFF;  // the process identifier -1
 
 }  // namespace
 
 CFArrayRef CZYN_UserSpaceDriver::CopyApplicationWindowList(bool verbose, CFStringRef label) {
     if (verbose) NSLog(CFSTR("CopyApplicationWindowList"));
     const unsigned int processID = CFWorkspace_CurrentFrontApplicationPID();
-    if (processID == kNoProcess) return nullptr;
+    if (processID == kNoApplication) return nullptr;
     auto application = kivo::Adopt(AXUIElementCreateApplication(static_cast<pid_t>(processID)));
     if (!application) return nullptr;
     if (verbose) {

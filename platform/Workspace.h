@@ -7,16 +7,21 @@
 /// The few things of the desktop that have no C name on macOS, under names of our own. The bodies
 /// for macOS are Objective-C++ relays; those for Linux ask the desktop of the session.
 ///
-/// Every call belongs to the main thread. None throws.
+/// Every call belongs to the main thread. None throws on Linux; on macOS an exception of the
+/// platform's own comes through.
+
+#ifndef __OBJC__  // where the Foundation itself declares both
 
 /// The Foundation's string class in C++: toll-free bridged, so a reference to one is a CFStringRef.
 using NSString = const struct __CFString;
 
-extern "C" {
-
 /// The Foundation's log: one line on standard error, with date, process and the formatted text.
 /// `format` takes the conversions of printf and %@ for an object, which prints "(null)" for null.
-void NSLog(CFStringRef format, ...);
+extern "C" void NSLog(CFStringRef format, ...);
+
+#endif
+
+extern "C" {
 
 /// A running application. A Core Foundation object under the Create/Copy/Get rule; usable, with
 /// its values as they were, after the application has ended.
