@@ -82,13 +82,11 @@ void Guard::WatchDevice(std::uint32_t slot, std::vector<FileDescriptor> descript
 
 void Guard::SetArmed(bool isArmed) {
     mIsArmed = isArmed && mPage != nullptr;
-    mLooksInVain = 0;
+    if (mIsArmed) mLookout.Begin(mPage->beats.load(std::memory_order_relaxed));
 }
 
 void Guard::LookForProgress() {
-    const std::uint32_t beats = mPage->beats.load(std::memory_order_relaxed);
-    mLooksInVain = beats == std::exchange(mLastBeats, beats) ? mLooksInVain + 1 : 0;
-    if (mLooksInVain < kLooksWithoutProgress) return;
+    if (!mLookout.IsInVain(mPage->beats.load(std::memory_order_relaxed))) return;
     FreeAll();
     Report(GuardNews::kFreed);
 }

@@ -6,6 +6,7 @@
 
 #include "CoreFoundation/FileDescriptor.h"
 #include "keyboard/guard/GuardProtocol.h"
+#include "keyboard/guard/Lookout.h"
 #include "keyboard/guard/Ward.h"
 
 namespace kivo::keyboard {
@@ -38,8 +39,7 @@ class Guard {
     GuardPage* mPage = nullptr;
     std::map<std::uint32_t, std::unique_ptr<Ward>> mWards;
     bool mIsArmed = false;
-    std::uint32_t mLastBeats = 0;
-    int mLooksInVain = 0;
+    Lookout mLookout;
 };
 
 }  // namespace kivo::keyboard

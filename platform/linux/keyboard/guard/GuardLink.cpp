@@ -59,8 +59,8 @@ std::string GuardLink::Spawn(int socketOfGuard) {
     posix_spawn_file_actions_adddup2(&actions, source.Get(), kGuardSocket);
     char name[] = "kivo-guard";
     char* arguments[] = {name, nullptr};
-    pid_t process = -1;
-    const int error = posix_spawn(&process, program.c_str(), &actions, nullptr, arguments, environ);
+    const int error =
+        posix_spawn(&mProcess, program.c_str(), &actions, nullptr, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? std::string() : Failure("starting " + program, error);
 }

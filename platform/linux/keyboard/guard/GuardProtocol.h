@@ -22,6 +22,10 @@ inline constexpr std::chrono::milliseconds kBeat{100};
 /// together they are well under the second in which the keyboard has to work again.
 inline constexpr std::chrono::milliseconds kLook{50};
 inline constexpr int kLooksWithoutProgress = 15;
+// A beat right after a look is worth one look more. What is left of the second is for freeing.
+static_assert((kLooksWithoutProgress + 1) * kLook <= std::chrono::milliseconds{850});
+// Nor is a daemon given up for a few beats that are late.
+static_assert(5 * kBeat <= kLooksWithoutProgress * kLook);
 
 /// The page that both have.
 struct GuardPage {

@@ -159,11 +159,21 @@ bool X11KeySource::RequestGrab(DeviceNumber number) {
 void X11KeySource::Grab(DeviceNumber number) {
     // Once it is grabbed the keyboard's map does not follow the session's any more.
     KeyboardMap map = KeyboardMap::Read(mConnection, number);
+    const KeySet before = KeysDownOn(mConnection, number);
     if (!RequestGrab(number)) return;
     const auto known = Find(number);
     const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
     mKeyboards[id] = {number, std::move(map), true};
-    mGate->Open(id, CodesOf(KeysDownOn(mConnection, number)));
+    mGate->Open(id, CodesOf(KeysDownAtTheGrab(before, number)));
+}
+
+/// Keys go on being typed meanwhile. The session follows the keyboard up to the grab and not
+/// beyond, so whichever two of the three agree were right then: one that was pressed since is only
+/// on the keyboard now, and one that was let go of since is only not there.
+KeySet X11KeySource::KeysDownAtTheGrab(const KeySet& before, DeviceNumber number) const {
+    const KeySet session = KeysDownInSession(mConnection);
+    const KeySet now = KeysDownOn(mConnection, number);
+    return (session & (before | now)) | (before & now);
 }
 
 void X11KeySource::UngrabAll() {

@@ -59,6 +59,7 @@ class X11KeySource final : public KeySource {
     Keyboards::iterator Find(DeviceNumber number);
     bool RequestGrab(DeviceNumber number);
     void Grab(DeviceNumber number);
+    KeySet KeysDownAtTheGrab(const KeySet& before, DeviceNumber number) const;
     void UngrabAll();
     void StopListening();
     void SetBeating(bool isBeating);
