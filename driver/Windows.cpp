@@ -80,8 +80,8 @@ bool CZYN_UserSpaceDriver::GetPosAndSizeForWindowElement(AXUIElementRef window, 
                                                          CGSize& size) {
     CGPoint readPosition;
     CGSize readSize;
-    if (!kivo::ReadGeometry(window, kAXPositionAttribute, kAXValueCGPointType, &readPosition) ||
-        !kivo::ReadGeometry(window, kAXSizeAttribute, kAXValueCGSizeType, &readSize)) {
+    if (!kivo::ReadGeometry(window, kAXPositionAttribute, kAXValueTypeCGPoint, &readPosition) ||
+        !kivo::ReadGeometry(window, kAXSizeAttribute, kAXValueTypeCGSize, &readSize)) {
         return false;
     }
     position = readPosition;

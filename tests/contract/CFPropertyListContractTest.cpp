@@ -190,7 +190,7 @@ TEST(CFPropertyList, ReadsTheBinaryForm) {
         0,   3,   0,   0,   0,   0,   0,   0,   0,    0, 0, 0,    0,   0,    0,   0};
     std::string bytes(kBytes.begin(), kBytes.end());
     bytes += std::string(1, '\0') + '\x0F';
-    CFPropertyListFormat format = 0;
+    CFPropertyListFormat format{};
     const auto data = Adopt(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()),
                                          static_cast<CFIndex>(bytes.size())));
     const auto list = Adopt(CFPropertyListCreateWithData(nullptr, data.Get(), 0, &format, nullptr));
@@ -201,7 +201,7 @@ TEST(CFPropertyList, ReadsTheBinaryForm) {
 }
 
 TEST(CFPropertyList, SaysWhichFormItRead) {
-    CFPropertyListFormat format = 0;
+    CFPropertyListFormat format{};
     for (const auto& [text, expected] :
          {std::pair{std::string("<plist><true/></plist>"), kCFPropertyListXMLFormat_v1_0},
           std::pair{std::string("{a=b;}"), kCFPropertyListOpenStepFormat}}) {

@@ -81,13 +81,13 @@ TEST_F(AXUIElementTest, PositionAndSizeAreReadOnlyWhenAskedFor) {
     EXPECT_EQ(Copy(window, kAXPositionAttribute, mValue), AXError{kAXErrorSuccess});
     CGPoint position{};
     EXPECT_TRUE(
-        AXValueGetValue(static_cast<AXValueRef>(mValue.Get()), kAXValueCGPointType, &position));
+        AXValueGetValue(static_cast<AXValueRef>(mValue.Get()), kAXValueTypeCGPoint, &position));
     EXPECT_EQ(position.x, 1);
     EXPECT_EQ(position.y, 2);
     Scripted(0).frame.width = 31;
     EXPECT_EQ(Copy(window, kAXSizeAttribute, mValue), AXError{kAXErrorSuccess});
     CGSize size{};
-    EXPECT_TRUE(AXValueGetValue(static_cast<AXValueRef>(mValue.Get()), kAXValueCGSizeType, &size));
+    EXPECT_TRUE(AXValueGetValue(static_cast<AXValueRef>(mValue.Get()), kAXValueTypeCGSize, &size));
     EXPECT_EQ(size.width, 31);
     EXPECT_EQ(size.height, 40);
     EXPECT_THAT(mDesktop->calls, ElementsAre("frame 7", "frame 7"));

@@ -255,7 +255,7 @@ TEST(CFStringModel, PlainComparisonOrdersByDecomposedCodePoints) {
         const Characters other = random.Pick(3) == 0 ? Decompose(one) : random.Make(5);
         if (FromUnits(ToUnits(other)) != other) continue;
         const int order = Decompose(one).compare(Decompose(other));
-        const CFComparisonResult expected = order < 0 ? -1 : order > 0;
+        const CFIndex expected = order < 0 ? -1 : order > 0;
         ASSERT_EQ(CFStringCompare(Text(ToUnits(one)).Get(), Text(ToUnits(other)).Get(),
                                   kCFCompareNonliteral),
                   expected)

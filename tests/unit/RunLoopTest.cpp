@@ -265,7 +265,7 @@ TEST(MainRun, GoesOnAfterAnOrdinaryStop) {
 
 TEST(MainRun, LetsANestedRunGoToItsOwnEnd) {
     static CFRunLoopRunResult sNested;
-    sNested = 0;
+    sNested = {};
     InDefaultMode(0s, [](CFRunLoopTimerRef, void*) {
         kivo::StopMainRun();
         sNested = CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.02, true);

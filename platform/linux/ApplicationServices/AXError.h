@@ -3,8 +3,7 @@
 #include <CoreFoundation/CFBase.h>
 
 /// What the Accessibility calls answer; Apple's numbers.
-typedef SInt32 AXError;
-enum {
+typedef CF_ENUM(SInt32, AXError) {
     kAXErrorSuccess = 0,
     kAXErrorFailure = -25200,
     kAXErrorIllegalArgument = -25201,

@@ -6,21 +6,13 @@
 /// for a value. Immutable; two of one type and with equal contents are equal.
 typedef const struct __AXValue* AXValueRef;
 
-typedef UInt32 AXValueType;
-enum {
+typedef CF_ENUM(UInt32, AXValueType) {
     kAXValueTypeIllegal = 0,
     kAXValueTypeCGPoint = 1,
     kAXValueTypeCGSize = 2,
     kAXValueTypeCGRect = 3,
     kAXValueTypeCFRange = 4,
-    kAXValueTypeAXError = 5,
-
-    kAXValueIllegalType = kAXValueTypeIllegal,
-    kAXValueCGPointType = kAXValueTypeCGPoint,
-    kAXValueCGSizeType = kAXValueTypeCGSize,
-    kAXValueCGRectType = kAXValueTypeCGRect,
-    kAXValueCFRangeType = kAXValueTypeCFRange,
-    kAXValueAXErrorType = kAXValueTypeAXError
+    kAXValueTypeAXError = 5
 };
 
 #ifdef __cplusplus

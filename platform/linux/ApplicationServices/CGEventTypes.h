@@ -10,8 +10,7 @@ typedef struct __CGEventTapProxy* CGEventTapProxy;
 
 typedef uint16_t CGKeyCode;
 
-typedef uint32_t CGEventType;
-enum {
+typedef CF_ENUM(uint32_t, CGEventType) {
     kCGEventNull = 0,
     kCGEventKeyDown = 10,
     kCGEventKeyUp = 11,
@@ -24,8 +23,7 @@ enum {
 typedef uint64_t CGEventMask;
 #define CGEventMaskBit(eventType) (static_cast<CGEventMask>(1) << (eventType))
 
-typedef uint64_t CGEventFlags;
-enum : uint64_t {
+typedef CF_OPTIONS(uint64_t, CGEventFlags) {
     kCGEventFlagMaskAlphaShift = 0x00010000,
     kCGEventFlagMaskShift = 0x00020000,
     kCGEventFlagMaskControl = 0x00040000,
@@ -37,25 +35,30 @@ enum : uint64_t {
     kCGEventFlagMaskNonCoalesced = 0x00000100
 };
 
-typedef uint32_t CGEventField;
-enum {
+typedef CF_ENUM(uint32_t, CGEventField) {
     kCGKeyboardEventAutorepeat = 8,
     kCGKeyboardEventKeycode = 9,
     kCGKeyboardEventKeyboardType = 10,
     kCGEventSourceUserData = 42
 };
 
-typedef uint32_t CGEventTapLocation;
-enum { kCGHIDEventTap = 0, kCGSessionEventTap = 1, kCGAnnotatedSessionEventTap = 2 };
+typedef CF_ENUM(uint32_t, CGEventTapLocation) {
+    kCGHIDEventTap = 0,
+    kCGSessionEventTap = 1,
+    kCGAnnotatedSessionEventTap = 2
+};
 
-typedef uint32_t CGEventTapPlacement;
-enum { kCGHeadInsertEventTap = 0, kCGTailAppendEventTap = 1 };
+typedef CF_ENUM(uint32_t, CGEventTapPlacement) {
+    kCGHeadInsertEventTap = 0,
+    kCGTailAppendEventTap = 1
+};
 
-typedef uint32_t CGEventTapOptions;
-enum { kCGEventTapOptionDefault = 0, kCGEventTapOptionListenOnly = 1 };
+typedef CF_ENUM(uint32_t, CGEventTapOptions) {
+    kCGEventTapOptionDefault = 0,
+    kCGEventTapOptionListenOnly = 1
+};
 
-typedef int32_t CGEventSourceStateID;
-enum {
+typedef CF_ENUM(int32_t, CGEventSourceStateID) {
     kCGEventSourceStatePrivate = -1,
     kCGEventSourceStateCombinedSessionState = 0,
     kCGEventSourceStateHIDSystemState = 1

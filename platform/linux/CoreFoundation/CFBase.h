@@ -6,13 +6,37 @@
 
 /// The types and the reference counting that all of Core Foundation shares.
 
+/// A number type with named values: in C++ an enumeration, which takes no plain number.
+/// `typedef CF_ENUM(CFIndex, CFThing) { kCFThingOne = 1 };`
+#ifdef __cplusplus
+#define CF_ENUM(type, name)   \
+    type __CFNumbersOf##name; \
+    enum name : type
+#else
+#define CF_ENUM(type, name) \
+    type name;              \
+    enum
+#endif
+
+/// The same for values that are combined bit by bit, which stay plain numbers.
+#ifdef __cplusplus
+#define CF_OPTIONS(type, name) \
+    type name;                 \
+    enum : type
+#else
+#define CF_OPTIONS(type, name) \
+    type name;                 \
+    enum
+#endif
+
 typedef int32_t SInt32;
 typedef int16_t SInt16;
-typedef int64_t SInt64;
+typedef signed long long SInt64;
 typedef uint8_t UInt8;
 typedef uint16_t UInt16;
 typedef uint32_t UInt32;
-typedef uint64_t UInt64;
+typedef unsigned long long UInt64;
+typedef UInt8 Byte;
 typedef unsigned char Boolean;
 typedef UInt16 UniChar;
 typedef unsigned long UniCharCount;
@@ -34,9 +58,12 @@ typedef const struct __CFString* CFStringRef;
 typedef struct __CFString* CFMutableStringRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
 
-typedef CFIndex CFComparisonResult;
-enum { kCFCompareLessThan = -1L, kCFCompareEqualTo = 0, kCFCompareGreaterThan = 1 };
-enum { kCFNotFound = -1 };
+typedef CF_ENUM(CFIndex, CFComparisonResult) {
+    kCFCompareLessThan = -1L,
+    kCFCompareEqualTo = 0,
+    kCFCompareGreaterThan = 1
+};
+static const CFIndex kCFNotFound = -1;
 enum { noErr = 0 };
 
 typedef struct {

@@ -181,7 +181,7 @@ std::optional<std::u16string> DecodeMarkedText(Bytes bytes) {
 
 struct Reading {
     Object object;
-    CFPropertyListFormat format;
+    CFPropertyListFormat format{};
 };
 
 Reading ReadText(Bytes bytes, std::string& error) {
@@ -198,7 +198,7 @@ Reading ReadText(Bytes bytes, std::string& error) {
 Reading ReadPropertyList(CFDataRef data, std::string& error) {
     const Bytes bytes = data != nullptr ? kivo::BytesOf(data) : Bytes();
     error = "Reading a property list: there is no data, or more than fits in 4 GiB.";
-    if (bytes.empty() || bytes.size() > std::numeric_limits<uint32_t>::max()) return {{}, 0};
+    if (bytes.empty() || bytes.size() > std::numeric_limits<uint32_t>::max()) return {};
     if (AsText(bytes).starts_with("bplist"))
         return {ReadBinary(bytes, error), kCFPropertyListBinaryFormat_v1_0};
     return ReadText(bytes, error);

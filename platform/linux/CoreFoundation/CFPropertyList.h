@@ -10,11 +10,12 @@
 typedef CFTypeRef CFPropertyListRef;
 typedef struct __CFError* CFErrorRef;
 
-typedef CFOptionFlags CFPropertyListMutabilityOptions;
-enum { kCFPropertyListImmutable = 0, kCFPropertyListMutableContainers = 1 << 0 };
+typedef CF_OPTIONS(CFOptionFlags, CFPropertyListMutabilityOptions) {
+    kCFPropertyListImmutable = 0,
+    kCFPropertyListMutableContainers = 1 << 0
+};
 
-typedef CFIndex CFPropertyListFormat;
-enum {
+typedef CF_ENUM(CFIndex, CFPropertyListFormat) {
     kCFPropertyListOpenStepFormat = 1,
     kCFPropertyListXMLFormat_v1_0 = 100,
     kCFPropertyListBinaryFormat_v1_0 = 200

@@ -16,8 +16,7 @@ typedef struct __CFRunLoopTimer* CFRunLoopTimerRef;
 /// A mode is named by a string; equal strings name the same mode.
 typedef CFStringRef CFRunLoopMode;
 
-typedef SInt32 CFRunLoopRunResult;
-enum {
+typedef CF_ENUM(SInt32, CFRunLoopRunResult) {
     /// The mode has neither sources nor timers.
     kCFRunLoopRunFinished = 1,
     kCFRunLoopRunStopped = 2,

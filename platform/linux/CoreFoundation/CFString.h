@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFDictionary.h>
 #include <stdarg.h>
 
 /// Strings: immutable sequences of UTF-16 units. Apple's names, the subset in use.
@@ -8,8 +9,8 @@
 /// All calls may be made from any thread and none blocks. Nothing here depends on the locale.
 
 typedef UInt32 CFStringEncoding;
-enum {
-    kCFStringEncodingInvalidId = 0xffffffffU,
+#define kCFStringEncodingInvalidId (0xffffffffU)
+typedef CF_ENUM(CFStringEncoding, CFStringBuiltInEncodings) {
     kCFStringEncodingMacRoman = 0,
     kCFStringEncodingUnicode = 0x0100,
     kCFStringEncodingISOLatin1 = 0x0201,
@@ -23,8 +24,7 @@ enum {
 
 /// Without `kCFCompareNonliteral` strings are taken unit by unit; with it canonically equivalent
 /// sequences are equal, as in the Foundation's plain comparison and search.
-typedef CFOptionFlags CFStringCompareFlags;
-enum {
+typedef CF_OPTIONS(CFOptionFlags, CFStringCompareFlags) {
     kCFCompareCaseInsensitive = 1,
     /// For searches: the last match instead of the first.
     kCFCompareBackwards = 4,
@@ -63,10 +63,11 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef alloc, CFStringRef str, C
 
 /// A string after a format with the conversions of printf, and %@ for an object's description or
 /// "(null)". C strings are taken in the system encoding. `formatOptions` is not used.
-CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFTypeRef formatOptions,
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                      CFStringRef format, ...);
-CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef alloc, CFTypeRef formatOptions,
-                                                 CFStringRef format, va_list arguments);
+CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef alloc,
+                                                 CFDictionaryRef formatOptions, CFStringRef format,
+                                                 va_list arguments);
 
 // Reading.
 

@@ -203,7 +203,7 @@ Text Format(TextView format, Arguments& arguments) {
 
 }  // namespace
 
-CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFTypeRef formatOptions,
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                      CFStringRef format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -213,8 +213,8 @@ CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFTypeRef formatOptio
     return result;
 }
 
-CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFTypeRef, CFStringRef format,
-                                                 va_list arguments) {
+CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef,
+                                                 CFStringRef format, va_list arguments) {
     Arguments list(arguments);
     return kivo::CreateString(Format(format->Units(), list));
 }

@@ -104,7 +104,7 @@ CFURLRef CreateURL(std::string path, bool isDirectory, CFURLRef base) {
     return new __CFURL(WithoutSlashAtEnd(std::move(path)), isDirectory, std::move(owner));
 }
 
-CFURLError ErrorOf(int systemError) {
+SInt32 ErrorOf(int systemError) {
     switch (systemError) {
         case ENOENT:
         case ENOTDIR:
@@ -145,23 +145,24 @@ std::optional<size_t> ReadFully(int descriptor, UInt8* bytes, size_t size) {
     return count;
 }
 
+/// What came of reading a file: its data, or none and why.
+struct FileReading {
+    CFRef<CFDataRef> data;
+    SInt32 error;
+};
+
 /// Reads a regular file. Nothing else is opened for reading: a pipe could keep the reader waiting.
-CFDataRef ReadFile(const std::string& path, CFURLError& error) {
+FileReading ReadFile(const std::string& path) {
     constexpr off_t kLargestFile = off_t{256} << 20;
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
-        error = ErrorOf(errno);
-        return nullptr;
-    }
-    error = kCFURLUnknownError;
-    if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) return nullptr;
+    if (file.Get() < 0 || fstat(file.Get(), &status) != 0) return {{}, ErrorOf(errno)};
+    if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) return {{}, kCFURLUnknownError};
     const auto size = static_cast<size_t>(status.st_size);
     const std::shared_ptr<UInt8[]> bytes = std::make_shared_for_overwrite<UInt8[]>(size);
     const std::optional<size_t> count = ReadFully(file.Get(), bytes.get(), size);
-    if (!count) return nullptr;
-    error = 0;
-    return kivo::CreateDataWithoutCopy({bytes.get(), *count}, bytes);
+    if (!count) return {{}, kCFURLUnknownError};
+    return {kivo::Adopt(kivo::CreateDataWithoutCopy({bytes.get(), *count}, bytes)), noErr};
 }
 
 CFDictionaryRef CreateEmptyDictionary() {
@@ -260,11 +261,10 @@ Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef, CFURLRef url,
                                                  CFDataRef* resourceData,
                                                  CFDictionaryRef* properties, CFArrayRef,
                                                  SInt32* errorCode) {
-    CFURLError error = 0;
-    CFRef<CFDataRef> data = kivo::Adopt(ReadFile(url->AbsolutePath(), error));
-    const bool isRead = static_cast<bool>(data);
-    if (errorCode != nullptr) *errorCode = static_cast<SInt32>(error);
+    FileReading reading = ReadFile(url->AbsolutePath());
+    const bool isRead = static_cast<bool>(reading.data);
+    if (errorCode != nullptr) *errorCode = reading.error;
     if (properties != nullptr) *properties = isRead ? CreateEmptyDictionary() : nullptr;
-    if (resourceData != nullptr) *resourceData = data.Release();
+    if (resourceData != nullptr) *resourceData = reading.data.Release();
     return isRead;
 }

@@ -12,11 +12,9 @@
 typedef const struct __CFURL* CFURLRef;
 struct FSRef;
 
-typedef CFIndex CFURLPathStyle;
-enum { kCFURLPOSIXPathStyle = 0 };
+typedef CF_ENUM(CFIndex, CFURLPathStyle) { kCFURLPOSIXPathStyle = 0 };
 
-typedef CFIndex CFURLError;
-enum {
+typedef CF_ENUM(CFIndex, CFURLError) {
     kCFURLUnknownError = -10L,
     kCFURLUnknownSchemeError = -11L,
     kCFURLResourceNotFoundError = -12L,

@@ -18,7 +18,6 @@ typedef MIDIObjectRef MIDIEndpointRef;
 
 /// Nanoseconds of the monotonic clock.
 typedef UInt64 MIDITimeStamp;
-typedef UInt8 Byte;
 
 enum {
     kMIDIInvalidClient = -10830,
@@ -54,9 +53,19 @@ typedef struct MIDIPacketList {
 } MIDIPacketList;
 #pragma pack(pop)
 
+typedef CF_ENUM(SInt32, MIDINotificationMessageID) {
+    kMIDIMsgSetupChanged = 1,
+    kMIDIMsgObjectAdded = 2,
+    kMIDIMsgObjectRemoved = 3,
+    kMIDIMsgPropertyChanged = 4,
+    kMIDIMsgThruConnectionsChanged = 5,
+    kMIDIMsgSerialPortOwnerChanged = 6,
+    kMIDIMsgIOError = 7
+};
+
 /// Told of changes of the setup.
 typedef struct MIDINotification {
-    SInt32 messageID;
+    MIDINotificationMessageID messageID;
     UInt32 messageSize;
 } MIDINotification;
 typedef void (*MIDINotifyProc)(const MIDINotification* message, void* refCon);
