@@ -7,6 +7,7 @@
 
 #include "PublicUtility/CACFMessagePort.h"
 #include "ZYNCommon/MessageCodes.h"
+#include "platform/Advice.h"
 #include "tools/kivoctl/Text.h"
 
 namespace kivo::ctl {
@@ -79,8 +80,7 @@ Answer Ask(const Question& question, double timeoutSeconds, CFRunLoopMode mode) 
     const auto daemon = FindPort(kDriverPortName);
     if (!daemon) {
         throw Failure(ExitCode::kNoDaemon,
-                      "no daemon is running: start it with `systemctl --user start kivo-driver` "
-                      "or run kivo-driver");
+                      std::string("no daemon is running: ") + advice::kStartTheDaemon);
     }
     CFRef<CFDataRef> reply;
     const SInt32 status = daemon->SendRequest(question.code, question.payload.Get(), timeoutSeconds,

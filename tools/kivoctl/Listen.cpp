@@ -9,6 +9,7 @@
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/RawPayloads.h"
 #include "ZYNCommon/UBuffer.h"
+#include "platform/Advice.h"
 #include "tools/kivoctl/Ask.h"
 #include "tools/kivoctl/Decode.h"
 #include "tools/kivoctl/Failure.h"
@@ -101,9 +102,8 @@ void Listener::TakePort() {
                       "another program owns the port \"KivoDriver\": end that control center or "
                       "kivoctl listen first; questions such as `kivoctl pointer` work beside it");
     }
-    throw Failure(ExitCode::kBroken,
-                  "the port \"KivoDriver\" cannot be made: check that XDG_RUNTIME_DIR names a "
-                  "folder that is yours and can be written");
+    throw Failure(ExitCode::kBroken, std::string("the port \"KivoDriver\" cannot be made: ") +
+                                         advice::kMakeThePortPossible);
 }
 
 void Listener::AnnouncePort() {

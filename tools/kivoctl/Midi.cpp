@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "ZYNCommon/ControllerNames.h"
+#include "platform/Advice.h"
 #include "tools/kivoctl/Text.h"
 
 namespace kivo::ctl {
@@ -25,17 +26,8 @@ class MidiSession {
   private:
     static Failure Explain(OSStatus status) {
         const std::string text = "listing the MIDI devices: ";
-        if (status == kMIDINotPermitted) {
-            return {ExitCode::kBroken,
-                    text +
-                        "you may not use the sequencer, /dev/snd/seq; become a member of the "
-                        "group audio (`sudo adduser $USER audio`) and log in anew"};
-        }
-        if (status == kMIDIServerStartErr) {
-            return {ExitCode::kBroken, text +
-                                           "there is no sequencer, /dev/snd/seq; load it with "
-                                           "`sudo modprobe snd-seq`"};
-        }
+        if (status == kMIDINotPermitted) return {ExitCode::kBroken, text + advice::kMIDIRefused};
+        if (status == kMIDIServerStartErr) return {ExitCode::kBroken, text + advice::kMIDIAbsent};
         return {ExitCode::kBroken,
                 text + "signing in failed with status " + std::to_string(status)};
     }
