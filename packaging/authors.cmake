@@ -1,6 +1,6 @@
 # For authors of control centers: the headers, the libraries and the CMake package `Kivo`. The
 # platform's names lie in an include folder of their own, so that a project that has them from
-# elsewhere can leave it out.
+# elsewhere can leave it out; on macOS, where they are the system's, only CFRef.h does.
 
 include(CMakePackageConfigHelpers)
 
@@ -26,8 +26,10 @@ endfunction()
 kivo_install_headers(ZYNCommon "." "${authorHeaders}/ZYNCommon")
 kivo_install_headers(PublicUtility "." "${authorHeaders}/PublicUtility")
 install(FILES "${PROJECT_SOURCE_DIR}/platform/CFRef.h" DESTINATION "${platformHeaders}")
-kivo_install_headers(platform/linux/CoreFoundation "^(CF|CoreFoundation)" "${platformHeaders}/CoreFoundation")
-kivo_install_headers(platform/linux/CoreServices "^CoreServices" "${platformHeaders}/CoreServices")
+if(NOT APPLE)
+    kivo_install_headers(platform/linux/CoreFoundation "^(CF|CoreFoundation)" "${platformHeaders}/CoreFoundation")
+    kivo_install_headers(platform/linux/CoreServices "^CoreServices" "${platformHeaders}/CoreServices")
+endif()
 
 set_target_properties(KivoCoreFoundation PROPERTIES EXPORT_NAME CoreFoundation)
 set_target_properties(KivoCoreServices PROPERTIES EXPORT_NAME CoreServices)

@@ -1,13 +1,20 @@
-# The daemon's bundle: the Info dictionary and the languages that it can say it runs in. The main
-# bundle of <prefix>/bin/NAME is <prefix>/share/NAME.resources, in the build tree as when installed.
+# The daemon's bundle: the Info dictionary, and the languages that it can say it runs in.
 
-set(resources "${PROJECT_SOURCE_DIR}/driver/resources")
-set(bundle "${PROJECT_BINARY_DIR}/share/kivo-driver.resources")
+set(sources "${PROJECT_SOURCE_DIR}/driver/resources")
 
-configure_file("${resources}/Info.plist.in" "${bundle}/Info.plist" @ONLY)
+# Installs a file of the build tree to the same place below the prefix.
+function(kivo_place_file file)
+    cmake_path(GET file PARENT_PATH folder)
+    install(FILES "${PROJECT_BINARY_DIR}/${file}" DESTINATION "${folder}")
+endfunction()
+
+set(information "${KIVO_BUNDLE_FOLDER}/Info.plist")
+configure_file("${sources}/Info.plist.in" "${PROJECT_BINARY_DIR}/${information}" @ONLY)
+kivo_place_file("${information}")
+
 foreach(language IN ITEMS en de fr es it ja)
     set(strings "${language}.lproj/Localizable.strings")
-    configure_file("${resources}/${strings}" "${bundle}/${strings}" COPYONLY)
+    set(placed "${KIVO_LANGUAGES_FOLDER}/${strings}")
+    configure_file("${sources}/${strings}" "${PROJECT_BINARY_DIR}/${placed}" COPYONLY)
+    kivo_place_file("${placed}")
 endforeach()
-
-install(DIRECTORY "${bundle}" DESTINATION "${CMAKE_INSTALL_DATADIR}")
