@@ -2,27 +2,8 @@
 # A real display server takes the clone for a keyboard: text arrives once and whole in a terminal, a
 # swallowed key does not, and a key that was down when the keyboard was taken does not repeat for ever.
 load_keyboards
-mkdir -p /run/udev
-/lib/systemd/systemd-udevd --daemon
-udevadm trigger --action=add --subsystem-match=input --subsystem-match=misc --subsystem-match=tty
-udevadm settle
-cat >/tmp/xorg.conf <<'CONF'
-Section "ServerFlags"
-    Option "AutoAddGPU" "false"
-EndSection
-Section "Device"
-    Identifier "dummy"
-    Driver "dummy"
-EndSection
-Section "Screen"
-    Identifier "screen"
-    Device "dummy"
-EndSection
-CONF
-Xorg :0 vt1 -keeptty -novtswitch -noreset -nolisten tcp -ac -config /tmp/xorg.conf \
-    -logfile /tmp/Xorg.log >/tmp/Xorg.out 2>&1 &
-export DISPLAY=:0
-await 30 xset q >/dev/null 2>&1
+start_udev
+start_xorg
 : >/tmp/text
 xterm -geometry 200x60+0+0 -e sh -c 'stty -echo; cat >/tmp/text' &
 await 30 xdotool search --class xterm >/dev/null 2>&1

@@ -2,8 +2,7 @@
 # A touchpad stays off while one types on the keyboard beside it: to libinput the clone of a built-in
 # keyboard is built in, as what it knows of a keyboard goes by its identity.
 load_keyboards
-mkdir -p /run/udev
-/lib/systemd/systemd-udevd --daemon
+start_udev
 start_tap
 forward on
 clone=$(grep --files-with-matches kivo/clone /sys/class/input/event*/device/phys)

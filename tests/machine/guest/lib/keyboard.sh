@@ -49,11 +49,18 @@ expect_typed() {
 
 # start_tap [CODE...]: a tap that swallows the keys with these virtual key codes.
 start_tap() {
+    rm -f /tmp/tap.commands
     mkfifo /tmp/tap.commands
     "$KIVO_BUILD/bin/key-tap" "$@" </tmp/tap.commands >/tmp/shown 2>/tmp/tap.log &
     export TAP=$!
     exec 7>/tmp/tap.commands
     await 10 grep --quiet "a tap" /tmp/shown
+}
+
+# end_tap: ends it as a daemon ends that is not needed any more.
+end_tap() {
+    exec 7>&-
+    await 10 fails kill -0 "$TAP" 2>/dev/null
 }
 
 # forward on|off: switches forwarding, and waits until the first keyboard is held or free.
