@@ -236,7 +236,7 @@ TEST_F(X11ScriptedTest, AManagerThatDoesNotActivateIsARefusal) {
     EXPECT_EQ(mDesktop->MakeMain(mOther->Window()), Status::kRefused);
     const CFTimeInterval waited = CFAbsoluteTimeGetCurrent() - start;
     EXPECT_GE(waited, 0.1);
-    EXPECT_LT(waited, 0.3);
+    EXPECT_LT(waited, 1) << "a tenth of a second on a machine that has nothing else to do";
     EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kOk) << "it is active already";
 }
 
@@ -247,6 +247,26 @@ TEST_F(X11ScriptedTest, AnActiveWindowThatIsNotShownIsWaitedFor) {
     const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
     EXPECT_EQ(mDesktop->MakeMain(mOne->Window()), Status::kOk) << "rolled up, it stays unseen";
     EXPECT_GE(CFAbsoluteTimeGetCurrent() - start, 0.1);
+}
+
+TEST_F(X11ScriptedTest, AMinimisedWindowIsRestoredThoughItIsActiveAndMapped) {
+    constexpr std::uint32_t kIconic = 3;
+    mScript->MakeActive(mOne->Window());
+    mClient->SetValues(mOne->Window(), "WM_STATE", "WM_STATE", {kIconic, XCB_WINDOW_NONE});
+    const std::uint32_t manager = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(mClient->Get(), mClient->Root(), XCB_CW_EVENT_MASK, &manager);
+    mClient->Sync();
+    mDesktop->MakeMain(mOne->Window());
+    mClient->Sync();
+    bool isAsked = false;
+    while (auto* event = xcb_poll_for_event(mClient->Get())) {
+        const auto* message = reinterpret_cast<xcb_client_message_event_t*>(event);
+        isAsked |= (event->response_type & 0x7F) == XCB_CLIENT_MESSAGE &&
+                   message->type == mClient->Atom("_NET_ACTIVE_WINDOW") &&
+                   message->window == mOne->Window();
+        std::free(event);
+    }
+    EXPECT_TRUE(isAsked);
 }
 
 TEST_F(X11ScriptedTest, AManagerThatActivatesAnotherIsARefusalToo) {

@@ -8,19 +8,28 @@ namespace {
 /// How a window stands at one moment.
 struct Standing {
     bool exists;
-    bool isViewable;
+    bool isShown;
     bool isActive;
     bool isManaged;  ///< there is a window manager to ask
 };
 
+/// Compositing managers keep a minimised window mapped, for its picture; only its state tells.
+bool IsIconic(const PropertyReply& state) {
+    constexpr std::uint32_t kIconicState = 3;
+    return FirstValueOf(state) == kIconicState;
+}
+
 Standing Look(Question& question, WindowManager& manager, xcb_window_t window) {
+    const xcb_atom_t windowState = question.Names().windowState;
+    auto state = AskProperty(question, window, windowState, windowState);
     Pending attributes(question, xcb_get_window_attributes(question.Get(), window));
     auto check = manager.Ask(question);
     auto active = AskProperty(question, question.Facts().root, question.Names().activeWindow,
                               XCB_ATOM_WINDOW);
     const bool isManaged = manager.IsRunning(question, check);
     const auto reply = attributes.Take();
-    return {reply != nullptr, reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE,
+    const bool isViewable = reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+    return {reply != nullptr, isViewable && !IsIconic(state.Take()),
             isManaged && FirstValueOf(active.Take()) == window, isManaged};
 }
 
@@ -62,13 +71,13 @@ Status Activate(Connection& connection, WindowManager& manager, xcb_window_t win
         if (!question.IsAnswered()) return Status::kNoAnswer;
         if (!standing.exists) return Status::kWindowGone;
         // One that was minimised a moment ago may still be called active, but has to be restored.
-        if (standing.isActive && standing.isViewable) return Status::kOk;
+        if (standing.isActive && standing.isShown) return Status::kOk;
         if (!standing.isManaged) return Status::kRefused;
         if (!deadline) {
             SendRequest(question, window);
             deadline = LoopClock::Current().Now() + kActivationTimeout;
         } else if (LoopClock::Current().Now() >= *deadline) {
-            // Rolled up, a window is active without being viewable.
+            // Rolled up, a window is active without being shown.
             return standing.isActive ? Status::kOk : Status::kRefused;
         }
         WaitForChange(connection, changes, *deadline);

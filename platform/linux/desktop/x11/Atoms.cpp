@@ -25,6 +25,7 @@ constexpr std::array kNames{
     Name{"_NET_WM_PID", &Atoms::windowPID},
     Name{"_NET_WM_DESKTOP", &Atoms::windowDesktop},
     Name{"_NET_WM_WINDOW_TYPE", &Atoms::windowType},
+    Name{"WM_STATE", &Atoms::windowState},
     Name{"_NET_WM_WINDOW_TYPE_DESKTOP", &Atoms::typeDesktop},
     Name{"_NET_WM_WINDOW_TYPE_DOCK", &Atoms::typeDock},
     Name{"_NET_FRAME_EXTENTS", &Atoms::frameExtents},

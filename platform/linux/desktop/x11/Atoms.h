@@ -23,6 +23,7 @@ struct Atoms {
     xcb_atom_t windowPID = XCB_ATOM_NONE;
     xcb_atom_t windowDesktop = XCB_ATOM_NONE;
     xcb_atom_t windowType = XCB_ATOM_NONE;
+    xcb_atom_t windowState = XCB_ATOM_NONE;  ///< WM_STATE, by the window manager (ICCCM 4.1.3.1)
     xcb_atom_t typeDesktop = XCB_ATOM_NONE;
     xcb_atom_t typeDock = XCB_ATOM_NONE;
     xcb_atom_t frameExtents = XCB_ATOM_NONE;     ///< by the window manager
