@@ -230,6 +230,13 @@ TEST_F(X11ScriptedTest, RunningApplicationsAreFoundByTheirBundleIdentifier) {
     EXPECT_THAT(mDesktop->RunningApplications("Nobody"), IsEmpty());
 }
 
+TEST_F(X11ScriptedTest, TheActiveWindowBelongsToTheListThoughTheManagerIsLateWithIt) {
+    mScript->List({mOther->Window()});
+    mScript->MakeActive(mOne->Window());
+    EXPECT_THAT(TitlesOf(mOne->ProcessID()), ElementsAre("one"));
+    EXPECT_THAT(TitlesOf(mOther->ProcessID()), ElementsAre("other"));
+}
+
 TEST_F(X11ScriptedTest, AManagerThatDoesNotActivateIsARefusal) {
     mScript->MakeActive(mOne->Window());
     const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();

@@ -3,6 +3,20 @@
 #include <algorithm>
 
 namespace kivo::desktop::x11 {
+namespace {
+
+/// The windows of the manager's list. The active one is managed even if the list lacks it: some
+/// list a window only when the next one comes.
+std::vector<xcb_window_t> BackToFront(const PropertyReply& list, const PropertyReply& active) {
+    const auto values = ValuesOf(list);
+    std::vector<xcb_window_t> windows(values.begin(), values.end());
+    const xcb_window_t front = FirstValueOf(active).value_or(XCB_WINDOW_NONE);
+    const bool isListed = std::find(windows.begin(), windows.end(), front) != windows.end();
+    if (front != XCB_WINDOW_NONE && !isListed) windows.push_back(front);
+    return windows;
+}
+
+}  // namespace
 
 ManagedWindows::ManagedWindows(Question& question, WindowManager& manager) {
     const Atoms& names = question.Names();
@@ -12,6 +26,7 @@ ManagedWindows::ManagedWindows(Question& question, WindowManager& manager) {
     auto check = manager.Ask(question);
     auto stacking = askRoot(names.clientListStacking, XCB_ATOM_WINDOW);
     auto oldestFirst = askRoot(names.clientList, XCB_ATOM_WINDOW);
+    auto active = askRoot(names.activeWindow, XCB_ATOM_WINDOW);
     auto current = askRoot(names.currentDesktop, XCB_ATOM_CARDINAL);
     auto count = askRoot(names.numberOfDesktops, XCB_ATOM_CARDINAL);
     ProcessIDs processIDs(question);
@@ -22,11 +37,11 @@ ManagedWindows::ManagedWindows(Question& question, WindowManager& manager) {
     const auto workspace = FirstValueOf(current.Take());
     if (FirstValueOf(count.Take()).value_or(2) > 1) mWorkspace = workspace;
     processIDs.Read();
-    Fill(question, list, processIDs);
+    Fill(question, BackToFront(list, active.Take()), processIDs);
 }
 
-void ManagedWindows::Fill(Question& question, const PropertyReply& list, ProcessIDs& processIDs) {
-    const auto backToFront = ValuesOf(list);
+void ManagedWindows::Fill(Question& question, const std::vector<xcb_window_t>& backToFront,
+                          ProcessIDs& processIDs) {
     mFrontToBack.reserve(backToFront.size());
     std::vector<ManagedWindow*> unknown;
     for (auto window = backToFront.rbegin(); window != backToFront.rend(); ++window) {

@@ -26,7 +26,8 @@ class ManagedWindows {
     std::optional<std::uint32_t> Workspace() const { return mWorkspace; }
 
   private:
-    void Fill(Question& question, const PropertyReply& list, ProcessIDs& processIDs);
+    void Fill(Question& question, const std::vector<xcb_window_t>& backToFront,
+              ProcessIDs& processIDs);
     static void AskClaims(Question& question, std::vector<ManagedWindow*>& unknown);
 
     std::vector<ManagedWindow> mFrontToBack;
