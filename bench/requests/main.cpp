@@ -72,7 +72,8 @@ class Scene {
     test::XClient mClient;
 };
 
-/// In each round another window is active before, so that the activation has to be awaited.
+/// In each round another window is active before, so that the activation has to be awaited. The
+/// daemon hears of that one too: an answer of its own says that it has done with it.
 Comparison WindowByTitle(const std::string& program, int windowCount) {
     const Scene scene(windowCount);
     BareRequests bare;
@@ -82,7 +83,10 @@ Comparison WindowByTitle(const std::string& program, int windowCount) {
     const auto request = WindowRequest();
     return Compare(
         "zwip_vs_xcb_" + std::to_string(windowCount), 1.5, 200,
-        [&] { bare.Activate(scene.Other()); },
+        [&] {
+            bare.Activate(scene.Other());
+            daemon.Ask(kMessagePointer, {});
+        },
         [&] {
             if (daemon.Ask(kMessageWindow, request) != kWindowReply) {
                 throw std::runtime_error("the daemon found no window");
