@@ -54,21 +54,20 @@ void Activations::EndSource() {
 
 bool Activations::IsReady(void* info) noexcept {
     auto& self = *static_cast<Activations*>(info);
-    self.NoteChanges();
+    self.NoteChanges(self.mConnection.TakeEventsRead());
     return self.mUnsettled && !self.mConnection.IsStalled();
 }
 
 void Activations::Perform(void* info) noexcept try {
     auto& self = *static_cast<Activations*>(info);
-    self.NoteChanges();
+    self.NoteChanges(self.mConnection.TakeEvents());
     if (self.mConnection.IsBroken()) return self.EndSource();
     if (self.mUnsettled && !self.mConnection.IsStalled()) self.Settle();
 } catch (...) {
     // Out of memory while an activation was looked into: it goes unreported.
 }
 
-void Activations::NoteChanges() {
-    const unsigned long changes = mConnection.TakeEvents();
+void Activations::NoteChanges(unsigned long changes) {
     if (changes != mChangesSeen) mUnsettled = true;
     mChangesSeen = changes;
 }

@@ -40,7 +40,8 @@ class Activations {
     static void Perform(void* info) noexcept;
     static bool IsReady(void* info) noexcept;
 
-    void NoteChanges();
+    /// `changes`: as many as the connection has told of so far.
+    void NoteChanges(unsigned long changes);
     /// Finds out who is in front now, and tells of it if that is somebody else.
     void Settle();
     void SettleOn(const Owner& owner);

@@ -121,11 +121,13 @@ Connection::~Connection() {
 }
 
 void Connection::Flush() {
+    mMayHoldEvents = true;
     xcb_flush(mConnection);
     mRelay->Send();
 }
 
 bool Connection::PollForReply(unsigned sequence, void*& reply) {
+    mMayHoldEvents = true;
     do {
         xcb_generic_error_t* error = nullptr;
         const bool came = xcb_poll_for_reply(mConnection, sequence, &reply, &error) != 0;
@@ -142,6 +144,7 @@ unsigned long Connection::TakeEvents() {
             std::free(event);
         }
     } while (mRelay->Receive());
+    mMayHoldEvents = false;
     return mChanges;
 }
 

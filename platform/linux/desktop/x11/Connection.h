@@ -53,6 +53,8 @@ class Connection {
     /// Takes all events that have come, and returns how many of all so far said that the active
     /// window, or the window manager that tells it, changed. Does not wait.
     unsigned long TakeEvents();
+    /// The same without asking the system: takes only what was read while a reply was awaited.
+    unsigned long TakeEventsRead() { return mMayHoldEvents ? TakeEvents() : mChanges; }
 
     /// A reply is overdue. Until it has come nothing is to be sent: what a stopped server does not
     /// read would fill the socket, and then sending would wait without a limit. Looks for the reply
@@ -74,6 +76,7 @@ class Connection {
     Server mServer;
     std::optional<unsigned> mOverdue;  ///< the request's sequence number
     unsigned long mChanges = 0;
+    bool mMayHoldEvents = true;  ///< xcb has read, and maybe events, since they were last taken
 };
 
 }  // namespace kivo::desktop::x11
