@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstring>
 
 namespace kivo::keyboard::x11 {
 namespace {
@@ -58,19 +57,24 @@ KeyboardMap KeyboardMap::Read(xcb_connection_t* connection, xcb_xkb_device_spec_
     const std::size_t size = 32 + std::size_t{reply->length} * 4;
     reply->deviceID = 0;
     reply->sequence = 0;
-    map.mReply.resize(size);
-    std::memcpy(map.mReply.data(), reply.get(), size);
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(reply.get());
+    map.mReply = std::make_shared<const std::vector<std::uint8_t>>(bytes, bytes + size);
     return map;
 }
 
+bool KeyboardMap::operator==(const KeyboardMap& other) const {
+    if (mReply == other.mReply) return true;
+    return mReply != nullptr && other.mReply != nullptr && *mReply == *other.mReply;
+}
+
 const xcb_xkb_get_map_reply_t& KeyboardMap::Header() const {
-    return *reinterpret_cast<const xcb_xkb_get_map_reply_t*>(mReply.data());
+    return *reinterpret_cast<const xcb_xkb_get_map_reply_t*>(mReply->data());
 }
 
 /// The reply's lists in the order and form of the request that sets them: only types differ.
 std::vector<std::uint8_t> KeyboardMap::ValuesToWrite() const {
-    const std::uint8_t* place = mReply.data() + sizeof(xcb_xkb_get_map_reply_t);
-    const std::uint8_t* const end = mReply.data() + mReply.size();
+    const std::uint8_t* place = mReply->data() + sizeof(xcb_xkb_get_map_reply_t);
+    const std::uint8_t* const end = mReply->data() + mReply->size();
     std::vector<std::uint8_t> values;
     for (int type = 0; type < Header().nTypes; ++type) {
         place = AppendType(place, end, &values);

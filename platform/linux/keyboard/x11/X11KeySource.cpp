@@ -237,9 +237,20 @@ void X11KeySource::Close(DeviceID device) {
     mKeyboards.erase(device);
 }
 
-// Events of the server
+// Events
 
+/// Keys come first, and with them seldom anything else. That waits for its turn, though not for so
+/// long that the guard would miss the beats.
 void X11KeySource::Read() {
+    constexpr int kTurnsOfKeysAlone = 4;
+    const bool isAny = !mIsLost && !mGuard.IsFreed() && ReadServer();
+    if (!isAny || ++mTurnsOfKeys >= kTurnsOfKeysAlone) ReadOthers();
+    StopListening();
+}
+
+/// Wakes, beats and what the guard reports.
+void X11KeySource::ReadOthers() {
+    mTurnsOfKeys = 0;
     std::array<epoll_event, 4> ready{};
     const int count = epoll_wait(mPoll.Get(), ready.data(), static_cast<int>(ready.size()), 0);
     for (int i = 0; i < count; ++i) {
@@ -251,17 +262,33 @@ void X11KeySource::Read() {
         }
         if (descriptor == mGuard.Descriptor()) ReadGuard();
     }
-    ReadServer();
-    StopListening();
 }
 
-void X11KeySource::ReadServer() {
-    while (!mIsLost) {
-        const Event event(xcb_poll_for_event(mConnection));
-        if (!event) break;
+/// Takes in what the server has sent; false when that was nothing. xcb reads 4 KiB at a time, so
+/// after a few events it need not be asked whether there are more.
+bool X11KeySource::ReadServer() {
+    constexpr int kFew = 8;
+    bool isAny = false;
+    int count = 0;
+    do {
+        // Waiting for replies may have read some already.
+        TakeEvents(xcb_poll_for_queued_event);
+        count = TakeEvents(xcb_poll_for_event);
+        isAny |= count > 0;
+    } while (count > kFew);
+    if (xcb_connection_has_error(mConnection) != 0) Lose();
+    return isAny;
+}
+
+/// Takes the first event that `poll` gives, and those that are in memory with it.
+int X11KeySource::TakeEvents(xcb_generic_event_t* (*poll)(xcb_connection_t*)) {
+    int count = 0;
+    for (Event event(poll(mConnection)); event;
+         event.reset(xcb_poll_for_queued_event(mConnection))) {
         TakeEvent(*event);
+        ++count;
     }
-    if (!mIsLost && xcb_connection_has_error(mConnection) != 0) Lose();
+    return count;
 }
 
 void X11KeySource::TakeEvent(const xcb_generic_event_t& event) {
@@ -346,14 +373,16 @@ void X11KeySource::TakeKeyboardEvent(const xcb_generic_event_t& event) {
 /// A key means what it does on its own keyboard: the keyboard for programs gets that one's map.
 void X11KeySource::UseMapOf(DeviceID device) {
     const auto keyboard = mKeyboards.find(device);
-    if (keyboard == mKeyboards.end() || !keyboard->second.map || keyboard->second.map == mMap) {
-        return;
+    if (keyboard == mKeyboards.end() || !keyboard->second.map) return;
+    KeyboardMap& map = keyboard->second.map;
+    if (map != mMap) {
+        map.Write(mConnection, mForPrograms);
+        // As the server keeps it, to be told from a change that somebody else makes.
+        mMap = KeyboardMap::Read(mConnection, mForPrograms);
+        Wake();
     }
-    keyboard->second.map.Write(mConnection, mForPrograms);
-    // As the server keeps it, to be told from a change that somebody else makes.
-    mMap = KeyboardMap::Read(mConnection, mForPrograms);
-    keyboard->second.map = mMap;
-    Wake();
+    // A copy, so that to compare them with the next key is little work.
+    map = mMap;
 }
 
 /// The session's layout was changed. Keyboards that are grabbed are not told, and would bring the

@@ -64,8 +64,10 @@ class X11KeySource final : public KeySource {
     void StopListening();
     void SetBeating(bool isBeating);
 
-    // Events of the server
-    void ReadServer();
+    // Events
+    void ReadOthers();
+    bool ReadServer();
+    int TakeEvents(xcb_generic_event_t* (*poll)(xcb_connection_t*));
     void TakeEvent(const xcb_generic_event_t& event);
     void TakeInputEvent(const xcb_ge_generic_event_t& event);
     void TakeKey(const void* event, Action action);
@@ -95,6 +97,7 @@ class X11KeySource final : public KeySource {
     FileDescriptor mPoll;
     FileDescriptor mWake;
     FileDescriptor mBeat;
+    int mTurnsOfKeys = 0;
     GuardLink mGuard;
     bool mIsGuardReady = false;
     bool mIsHolding = false;
