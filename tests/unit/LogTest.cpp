@@ -98,6 +98,7 @@ class Log : public testing::Test {
     void SetUp() override {
         unsetenv("KIVO_LOG");
         unsetenv("JOURNAL_STREAM");
+        kivo::UseSystemLogSocket("/nonexistent/log");
     }
 };
 
@@ -216,6 +217,35 @@ TEST_F(SyslogTest, TheJournalGetsALevelInFront) {
     setenv("JOURNAL_STREAM", stream.c_str(), 1);
     syslog(0, "for the journal");
     EXPECT_EQ(pipe.Read(), "<5>for the journal\n");
+}
+
+/// Writes one line to a standard error whose other end is closed.
+void LogToNobody(int end, int otherEnd) {
+    const int saved = dup(STDERR_FILENO);
+    dup2(end, STDERR_FILENO);
+    close(end);
+    close(otherEnd);
+    syslog(0, "for nobody");
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+}
+
+TEST_F(SyslogTest, AJournalThatEndsDoesNotEndTheProcess) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    LogToNobody(ends[0], ends[1]);
+    ErrorPipe pipe;
+    syslog(0, "for somebody");
+    EXPECT_THAT(pipe.Read(), StartsWith("(1 lines of the log were lost)\n"));
+}
+
+TEST_F(SyslogTest, NorDoesAPipeThatNobodyReads) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    LogToNobody(ends[1], ends[0]);
+    ErrorPipe pipe;
+    syslog(0, "for somebody");
+    EXPECT_THAT(pipe.Read(), StartsWith("(1 lines of the log were lost)\n"));
 }
 
 TEST_F(SyslogTest, LeavesTheErrorNumberAlone) {

@@ -2,8 +2,10 @@
 
 #include <errno.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -36,8 +38,13 @@ bool IsUpperControl(const std::string& text, size_t index) {
 }
 
 bool WriteWithoutWaiting(const std::string& bytes) {
+    // The journal is a socket, which can be told in the call that there is no time to wait.
+    constexpr int kAtOnce = MSG_DONTWAIT | MSG_NOSIGNAL;
+    if (send(STDERR_FILENO, bytes.data(), bytes.size(), kAtOnce) >= 0) return true;
+    if (errno != ENOTSOCK) return false;
     pollfd place = {STDERR_FILENO, POLLOUT, 0};
-    if (poll(&place, 1, 0) != 1 || (place.revents & POLLOUT) == 0) return false;
+    // A pipe that nobody reads any more takes everything, and ends who writes to it.
+    if (poll(&place, 1, 0) != 1 || place.revents != POLLOUT) return false;
     ssize_t count;
     do
         count = write(STDERR_FILENO, bytes.data(), bytes.size());
@@ -45,10 +52,16 @@ bool WriteWithoutWaiting(const std::string& bytes) {
     return count >= 0;
 }
 
+bool MayNeedEscape(unsigned char byte) {
+    return IsControl(byte) || byte == 0xC2;
+}
+
 }  // namespace
 
-std::string Printable(const std::string& text) {
-    const size_t length = text.ends_with('\n') ? text.size() - 1 : text.size();
+std::string Printable(std::string text) {
+    if (text.ends_with('\n')) text.pop_back();
+    if (std::none_of(text.begin(), text.end(), MayNeedEscape)) return text;
+    const size_t length = text.size();
     std::string printable;
     for (size_t i = 0; i < length; ++i) {
         if (IsUpperControl(text, i)) {
@@ -61,13 +74,13 @@ std::string Printable(const std::string& text) {
     return printable;
 }
 
-void WriteToStandardError(const std::string& text) {
+void WriteToStandardError(std::string text) {
     const int savedError = errno;
+    if (text.size() > kLongestText) text.resize(kLongestText);
+    text += '\n';
     const unsigned lost = gLostLines.exchange(0);
-    std::string line =
-        lost > 0 ? "(" + std::to_string(lost) + " lines of the log were lost)\n" : "";
-    line += text.substr(0, kLongestText) + '\n';
-    if (!WriteWithoutWaiting(line)) gLostLines += lost + 1;
+    if (lost > 0) text.insert(0, "(" + std::to_string(lost) + " lines of the log were lost)\n");
+    if (!WriteWithoutWaiting(text)) gLostLines += lost + 1;
     errno = savedError;
 }
 

@@ -3,7 +3,7 @@
 // On macOS the daemon's lines go to the system log, whatever their priority. Here priority 0, which
 // they have, would be broadcast to every terminal of the machine, and the C library's call waits
 // for a log that is busy. So a line of priority 0 becomes a notice, nothing waits, and the place is
-// chosen for who will read it:
+// chosen, with the first line, for who will read it:
 //
 //     KIVO_LOG=stderr               standard error: "kivo-driver: text"
 //     KIVO_LOG=syslog               the system log
@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,7 @@
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "LogLine.h"
 
@@ -46,7 +48,9 @@ constexpr int kSeverityMask = 7;
 constexpr int kNotice = 5;
 constexpr int kUserFacility = 1 << 3;
 
-enum class Place { kStandardError, kJournal, kSystemLog };
+enum class Place { kUnknown, kStandardError, kJournal, kSystemLog };
+
+std::atomic<Place> gPlace{Place::kUnknown};
 
 std::string_view Environment(const char* name) {
     const char* value = std::getenv(name);
@@ -64,6 +68,11 @@ Place ChoosePlace() {
     const bool isWatched =
         isatty(STDERR_FILENO) != 0 || S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
     return isWatched ? Place::kStandardError : Place::kSystemLog;
+}
+
+Place CurrentPlace() {
+    if (gPlace == Place::kUnknown) gPlace = ChoosePlace();
+    return gPlace;
 }
 
 std::string& SystemLogSocket() {
@@ -97,15 +106,16 @@ bool SendToSystemLog(const std::string& message) {
     const int savedError = errno;
     std::array<char, 2048> formatted;
     if (std::vsnprintf(formatted.data(), formatted.size(), format, arguments) < 0) return;
-    const std::string text = kivo::Printable(formatted.data());
+    std::string text = kivo::Printable(formatted.data());
     if ((priority & kSeverityMask) == 0) priority |= kNotice;
 
-    const Place place = ChoosePlace();
-    const bool isSent = place == Place::kSystemLog && SendToSystemLog(MessageHead(priority) + text);
-    if (place == Place::kJournal)
-        kivo::WriteToStandardError("<" + std::to_string(priority & kSeverityMask) + ">" + text);
-    else if (!isSent)
-        kivo::WriteToStandardError(std::string(program_invocation_short_name) + ": " + text);
+    const Place place = CurrentPlace();
+    if (place == Place::kJournal) {
+        text.insert(0, {'<', static_cast<char>('0' + (priority & kSeverityMask)), '>'});
+        kivo::WriteToStandardError(std::move(text));
+    } else if (place != Place::kSystemLog || !SendToSystemLog(MessageHead(priority) + text)) {
+        kivo::WriteToStandardError(program_invocation_short_name + (": " + text));
+    }
     errno = savedError;
 }
 
@@ -115,6 +125,7 @@ namespace kivo {
 
 void UseSystemLogSocket(const std::string& path) {
     SystemLogSocket() = path;
+    gPlace = Place::kUnknown;
 }
 
 }  // namespace kivo
