@@ -259,6 +259,7 @@ void EvdevKeySource::ReadChanges() {
     }
     if (!isAny) return;
     DropUnplugged();
+    DropForbidden();
     if (mIsHolding) Scan();
 }
 
@@ -268,6 +269,15 @@ void EvdevKeySource::DropUnplugged() {
         if (device.state != State::kIdle || access(device.path.c_str(), F_OK) == 0) continue;
         device.state = State::kGone;
         CloseClone(device);
+    }
+}
+
+/// Who sits at the machine now has taken over the keyboards that this user may no longer open. To
+/// go on holding them would show one user's keys to another's control center. To this user they are
+/// unplugged, and come back as new ones.
+void EvdevKeySource::DropForbidden() {
+    for (auto& [id, device] : mDevices) {
+        if (device.keyboard && !Keyboard::MayOpen(device.path)) LoseDevice(id, device);
     }
 }
 

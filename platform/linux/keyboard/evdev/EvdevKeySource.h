@@ -80,6 +80,7 @@ class EvdevKeySource final : public KeySource {
     void CloseKeyboard(Device& device);
     void CloseClone(Device& device);
     void DropUnplugged();
+    void DropForbidden();
     void SweepUp();
     void ReadChanges();
 

@@ -44,6 +44,10 @@ std::unique_ptr<Keyboard> Keyboard::Open(const std::string& path) {
     return MayBeHeld(device) ? std::move(keyboard) : nullptr;
 }
 
+bool Keyboard::MayOpen(const std::string& path) {
+    return faccessat(AT_FDCWD, path.c_str(), R_OK | W_OK, AT_EACCESS) == 0;
+}
+
 std::vector<KeyCode> Keyboard::KeysDown() const {
     std::vector<KeyCode> down;
     for (KeyCode code = 0; code < KEY_CNT; ++code) {

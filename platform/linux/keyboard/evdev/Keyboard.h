@@ -21,6 +21,9 @@ class Keyboard {
     /// that are asked about, with switches (a lid, a tablet mode) that others listen to, a pointer,
     /// or a clone of ours.
     static std::unique_ptr<Keyboard> Open(const std::string& path);
+    /// Whether this process may open a node. A keyboard that is open stays so when it may not any
+    /// more.
+    static bool MayOpen(const std::string& path);
     Keyboard(const Keyboard&) = delete;
     Keyboard& operator=(const Keyboard&) = delete;
 

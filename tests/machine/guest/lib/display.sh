@@ -43,7 +43,7 @@ start_x_session() {
 # seat's daemon opens them for the compositor), with a window that gets the keys. The lines are of
 # sway's configuration.
 start_sway() {
-    SEATD_VTBOUND=0 seatd -u "$(id --name --user "$KIVO_PLAYER")" >/tmp/seatd.log 2>&1 &
+    SEATD_VTBOUND=0 seatd -u "$(player_name)" >/tmp/seatd.log 2>&1 &
     await 10 test -S /run/seatd.sock
     begin_typed
     # Neither fonts nor pointers are looked for, which takes two seconds here.
