@@ -12,11 +12,16 @@ kivo_fail() {
     exit 1
 }
 
-# Prints the packages of the given groups, one a line.
+kivo_is_macos() {
+    [ "$(uname -s)" = Darwin ]
+}
+
+# Prints the packages of a list that are in the given groups, one a line.
 kivo_packages() {
-    local group
+    local list=$1 group
+    shift
     for group in "$@"; do
-        awk -v group="$group" '$1 == group { print $2 }' packaging/debian-packages.txt
+        awk -v group="$group" '$1 == group { print $2 }' "$list"
     done | sort -u
 }
 
@@ -44,15 +49,38 @@ kivo_apt_install() {
     kivo_as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
 }
 
-# Installs what is missing of the given groups. Package lists are fetched only when installing
-# without them failed, as it does on a new machine.
+# Installs what is missing of the given groups, by the system's own means.
 kivo_install() {
-    if ! command -v dpkg-query >/dev/null; then
+    if kivo_is_macos; then
+        kivo_install_by_brew "$@"
+    elif command -v dpkg-query >/dev/null; then
+        kivo_install_by_apt "$@"
+    else
         kivo_say "This is no Debian: install the counterparts of packaging/debian-packages.txt"
+    fi
+}
+
+# The compiler comes with Xcode, everything else from Homebrew. Runs on the bash 3.2 of macOS.
+kivo_install_by_brew() {
+    local package missing=()
+    xcode-select -p >/dev/null 2>&1 ||
+        kivo_fail "there is no compiler: install the command line tools by 'xcode-select --install', then start again"
+    if ! command -v brew >/dev/null; then
+        kivo_say "There is no Homebrew (https://brew.sh): what packaging/macos/homebrew-packages.txt lists must be there by other means"
         return
     fi
+    for package in $(kivo_packages packaging/macos/homebrew-packages.txt "$@"); do
+        brew list --versions "$package" >/dev/null 2>&1 || missing+=("$package")
+    done
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    kivo_say "Installing ${missing[*]}"
+    brew install "${missing[@]}" || kivo_fail "these packages could not be installed: ${missing[*]}"
+}
+
+# Package lists are fetched only when installing without them failed, as it does on a new machine.
+kivo_install_by_apt() {
     local wanted missing
-    mapfile -t wanted < <(kivo_packages "$@")
+    mapfile -t wanted < <(kivo_packages packaging/debian-packages.txt "$@")
     mapfile -t missing < <(kivo_missing "${wanted[@]}")
     [ "${#missing[@]}" -gt 0 ] || return 0
     kivo_say "Installing ${missing[*]}"
@@ -70,5 +98,5 @@ kivo_build() {
     mkdir -p build
     cmake --preset "$preset" -Wno-dev >"build/$preset.configure.log" 2>&1 ||
         { cat "build/$preset.configure.log"; kivo_fail "configuring $preset failed"; }
-    cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"}
+    cmake --build --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)" ${1:+--target "$@"}
 }

@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 import unittest
 
+FAKES = pathlib.Path(__file__).resolve().parent / "fakes"
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 COMMANDS = ROOT / "packaging" / "macos"
 LABEL = "com.zynwerks.kivo.driver"
@@ -35,6 +36,7 @@ class MacTest(unittest.TestCase):
     """A home of its own, with an application that was built."""
 
     home_name = "home"
+    fakes = FAKES
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -49,12 +51,15 @@ class MacTest(unittest.TestCase):
         self.agent = self.home / AGENT
         self.link = self.home / ".local" / "bin" / "kivoctl"
 
-    def run_command(self, name, *arguments, **environment):
-        """Runs a command with nothing of this machine's own environment but the tools."""
+    def run_program(self, *words, cwd=None, **environment):
+        """Runs a program with nothing of this machine's own environment but the tools."""
         return subprocess.run(
-            [COMMANDS / name, *arguments], text=True, capture_output=True, timeout=60, check=False,
-            env={"PATH": f"{pathlib.Path(__file__).parent / 'fakes'}:{os.environ['PATH']}",
-                 "HOME": str(self.home), "STATE": str(self.state), **environment})
+            words, cwd=cwd, text=True, capture_output=True, timeout=60, check=False,
+            env={"PATH": f"{self.fakes}:{os.environ['PATH']}", "HOME": str(self.home),
+                 "STATE": str(self.state), **environment})
+
+    def run_command(self, name, *arguments, **environment):
+        return self.run_program(COMMANDS / name, *arguments, **environment)
 
     def succeed(self, name, *arguments, **environment):
         result = self.run_command(name, *arguments, **environment)

@@ -6,6 +6,8 @@ interrupted first, and its goodbye is still seen.
 """
 
 import contextlib
+import os
+import shlex
 import signal
 import subprocess
 import sys
@@ -14,11 +16,15 @@ import threading
 from programs import DAEMON, KIVOCTL, interrupt
 
 
+END_THE_SERVICE = ("launchctl kill SIGINT gui/$(id -u)/com.zynwerks.kivo.driver"
+                   if sys.platform == "darwin" else "systemctl --user stop kivo-driver")
+
+
 def refuse_a_second_daemon():
     status = subprocess.run([KIVOCTL, "status"], capture_output=True, check=False)
     if status.returncode == 0:
         sys.exit("error: a daemon is running already, and a second one would stay idle; end it first, "
-                 "for instance with: systemctl --user stop kivo-driver")
+                 f"for instance with: {END_THE_SERVICE}")
 
 
 def start_control_center():
@@ -47,7 +53,8 @@ def end_center_after(daemon, center):
 def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     refuse_a_second_daemon()
-    print("Ctrl-C ends; to ask from another terminal: build/release/bin/kivoctl --help", flush=True)
+    command = shlex.quote(os.path.relpath(KIVOCTL))
+    print(f"Ctrl-C ends; to ask from another terminal: {command} --help", flush=True)
     center = start_control_center()
     daemon = subprocess.Popen([DAEMON], start_new_session=True)
     threading.Thread(target=end_center_after, args=(daemon, center), daemon=True).start()

@@ -7,11 +7,14 @@ import signal
 import socket
 import struct
 import subprocess
+import sys
 import threading
 
-FOLDER = pathlib.Path(__file__).resolve().parents[2] / "build" / "release" / "bin"
-DAEMON = FOLDER / "kivo-driver"
-KIVOCTL = FOLDER / "kivoctl"
+BUILD = pathlib.Path(__file__).resolve().parents[2] / "build" / "release"
+BUNDLE = BUILD / "Applications" / "Kivo Driver.app" / "Contents"  # on macOS
+DAEMON, KIVOCTL = ((BUNDLE / "MacOS" / "kivo-driver", BUNDLE / "Helpers" / "kivoctl")
+                   if sys.platform == "darwin" else
+                   (BUILD / "bin" / "kivo-driver", BUILD / "bin" / "kivoctl"))
 SWALLOWED = "0x0B"  # the key B
 
 
