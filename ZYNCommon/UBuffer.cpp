@@ -2,9 +2,16 @@
 
 #include <algorithm>
 
-static unsigned short _OSSwapInt16(unsigned short x) {
+namespace kivo {
+namespace {
+
+/// Not at global scope, where the headers of macOS have one of that name.
+unsigned short _OSSwapInt16(unsigned short x) {
     return static_cast<unsigned short>(x << 8 | x >> 8);
 }
+
+}  // namespace
+}  // namespace kivo
 
 void UToBuffer::StoreByte(unsigned char value, unsigned char* dst) {
     dst[0] = value;
@@ -37,7 +44,7 @@ unsigned char UFromBuffer::GetByte(unsigned char* src) {
 }
 
 unsigned short UFromBuffer::GetShort(unsigned char* src) {
-    return _OSSwapInt16(static_cast<unsigned short>(src[0] << 8 | src[1]));
+    return kivo::_OSSwapInt16(static_cast<unsigned short>(src[0] << 8 | src[1]));
 }
 
 unsigned int UFromBuffer::GetLong(unsigned char* src) {
