@@ -3,7 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -209,6 +212,47 @@ TEST_F(X11KeyboardTest, ASwallowedKeyIsNotReleasedAfterTheEnd) {
     hand->Release(KEY_A);
     hand->Type(KEY_B);
     EXPECT_THAT(Keys(2), ElementsAre("+48", "-48"));
+}
+
+/// Types on and on while the keyboard is taken and given back. What was held when it is given back
+/// is typed a moment later, so a key must not be quicker than that to be pressed anew.
+TEST_F(X11KeyboardTest, NoKeyIsLostOrStuckWhileTheKeyboardChangesHands) {
+    MakeTap();
+    constexpr std::size_t kRounds = 40;
+    constexpr std::array kKeys = {KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H};
+    const Pipe ready;
+    const Process typist([&] {
+        Hand own;
+        dprintf(ready.WriteEnd(), "\n");
+        for (std::size_t i = 0; i < kRounds * kKeys.size(); ++i) {
+            own.Press(kKeys[i % kKeys.size()]);
+            usleep(1000);
+            own.Release(kKeys[i % kKeys.size()]);
+        }
+        pause();
+    });
+    ready.ReadLine();
+    constexpr std::size_t kEvents = 2 * kRounds * kKeys.size();
+    bool isWanted = false;
+    Await([&] {
+        Workspace_SetKeyboardForwardingWanted(isWanted = !isWanted);
+        return application->Keys().size() >= kEvents;
+    });
+    Workspace_SetKeyboardForwardingWanted(false);
+    const auto keys = Keys(kEvents);
+    for (const KeyCode key : kKeys) {
+        const auto is = [key](char what) {
+            return
+                [text = what + std::to_string(key)](const std::string& one) { return one == text; };
+        };
+        EXPECT_EQ(static_cast<std::size_t>(std::count_if(keys.begin(), keys.end(), is('+'))),
+                  kRounds)
+            << key;
+        EXPECT_EQ(static_cast<std::size_t>(std::count_if(keys.begin(), keys.end(), is('-'))),
+                  kRounds)
+            << key;
+    }
+    EXPECT_TRUE(keyboard::x11::KeysDownInSession(hand->client.Get()).none());
 }
 
 TEST_F(X11KeyboardTest, AKeyboardThatWasDisabledIsTakenAgain) {

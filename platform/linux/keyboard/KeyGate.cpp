@@ -50,6 +50,11 @@ void KeyGate::Feed(const KeyEvent& fed) {
     mWaiting.push_back({event});
 }
 
+void KeyGate::FeedHeld(const KeyEvent& event) {
+    if (IsActive()) return Feed(event);
+    Apply(Straighten(event), true);
+}
+
 void KeyGate::Close(DeviceID device) {
     const std::set<Key> before = mHand;
     for (const Key& key : before) {

@@ -102,6 +102,9 @@ class KeyGate {
     /// slipped out of the hold.
     void Open(DeviceID device, std::span<const KeyCode> keysDown);
     void Feed(const KeyEvent& event);
+    /// As `Feed`, of a keyboard that was held when it happened: while the gate does not hold the
+    /// session has such an event from nobody else, so it passes.
+    void FeedHeld(const KeyEvent& event);
     /// `device` is gone: its keys are released, in their turn, and then the session's end closed.
     void Close(DeviceID device);
     /// Nobody listens to `device` from now on; for one that is not held and to which nothing is

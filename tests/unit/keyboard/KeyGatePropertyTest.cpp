@@ -116,17 +116,18 @@ class World final : keyboard::KeySession, keyboard::KeyJudge {
             mHand.erase(key);
             mDenied.erase(key);
         }
-        if (!mIsHeld) {
+        if (!mIsHeld && !mIsLate) {
             if (action == Action::kPress) mByKeyboard.insert(key);
             if (action == Action::kRelease) mByKeyboard.erase(key);
         }
         if (!mIsHeld && !mListened.contains(key.first)) return;
-        mGate.Feed({key.first, key.second, action});
+        const keyboard::KeyEvent event{key.first, key.second, action};
+        mIsLate ? mGate.FeedHeld(event) : mGate.Feed(event);
         if (!mGate.IsEnabled() && mIsHeld) {
             mDenied.insert(key);  // it completed the escape chord
             NoLongerHeld();
         }
-        LeaveWhatOwesNothing();
+        if (!mIsLate) LeaveWhatOwesNothing();
     }
 
     std::vector<KeyCode> DownOn(DeviceID device) const {
@@ -152,9 +153,15 @@ class World final : keyboard::KeySession, keyboard::KeyJudge {
         mListened = {1, 2};
     }
 
+    /// What was typed just before that is fed just after it.
     void GiveBack() {
         mGate.LetGo();
         NoLongerHeld();
+        mIsLate = true;
+        for (int events = Roll(4); events > 0; --events) {
+            Type();
+        }
+        mIsLate = false;
         LeaveWhatOwesNothing();
     }
 
@@ -252,6 +259,8 @@ class World final : keyboard::KeySession, keyboard::KeyJudge {
     Keys mDenied;
     std::set<DeviceID> mListened;
     bool mIsHeld = false;
+    /// The keyboards are still held when something is typed, but the gate does not hold any more.
+    bool mIsLate = false;
     /// Nothing happens any more by itself.
     bool mIsAtRest = false;
     int mDepth = 0;

@@ -69,9 +69,14 @@ void KeyScript::Execute(const std::string& line) {
     }
 }
 
-bool KeyScript::PlayKeyboard(DeviceID device, const Words& words) {
+bool KeyScript::PlayKeyboard(DeviceID device, Words words) {
+    const bool isLate = words.front() == "late";
+    if (isLate) words.erase(words.begin());
     const std::string& verb = words.front();
-    const auto feed = [&](Action action) { mGate.Feed({device, CodeOf(words.at(1)), action}); };
+    const auto feed = [&](Action action) {
+        const keyboard::KeyEvent event{device, CodeOf(words.at(1)), action};
+        isLate ? mGate.FeedHeld(event) : mGate.Feed(event);
+    };
     if (verb == "down")
         feed(Action::kPress);
     else if (verb == "up")

@@ -11,6 +11,7 @@ namespace kivo::test {
 ///
 ///     hold | let go | enable      what the tap's user wants
 ///     down KEY | up KEY | repeat KEY
+///     late down KEY ...           the same of a keyboard that was still held then
 ///     open [KEY...] | close       the keyboard is taken with these keys down; is gone
 ///     caps on | caps off          the session's Caps Lock
 ///     freed                       the guard freed the keyboards
@@ -37,7 +38,7 @@ class KeyScript final : keyboard::KeySession, keyboard::KeyJudge {
     void TapDisabled(keyboard::DisabledBy reason) override;
 
     void Execute(const std::string& line);
-    bool PlayKeyboard(keyboard::DeviceID device, const Words& words);
+    bool PlayKeyboard(keyboard::DeviceID device, Words words);
     bool PlayUser(const Words& words);
     void TakeAnswer(const Words& words);
     void PlayMeanwhile();

@@ -1,6 +1,5 @@
 #include "keyboard/x11/InputDevices.h"
 
-#include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
@@ -117,10 +116,16 @@ std::optional<DeviceNumber> KeyboardForPrograms(xcb_connection_t* connection) {
 }
 
 KeySet KeysDownOn(xcb_connection_t* connection, DeviceNumber keyboard) {
-    const auto cookie =
-        xcb_input_query_device_state(connection, static_cast<std::uint8_t>(keyboard));
+    return KeysDown(connection, AskKeysDownOn(connection, keyboard));
+}
+
+KeysQuestion AskKeysDownOn(xcb_connection_t* connection, DeviceNumber keyboard) {
+    return xcb_input_query_device_state(connection, static_cast<std::uint8_t>(keyboard));
+}
+
+KeySet KeysDown(xcb_connection_t* connection, KeysQuestion question) {
     const Reply<xcb_input_query_device_state_reply_t> reply(
-        xcb_input_query_device_state_reply(connection, cookie, nullptr));
+        xcb_input_query_device_state_reply(connection, question, nullptr));
     if (!reply) return {};
     auto state = xcb_input_query_device_state_classes_iterator(reply.get());
     for (; state.rem > 0; xcb_input_input_state_next(&state)) {

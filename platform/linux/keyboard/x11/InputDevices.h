@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
 #include <bitset>
 #include <cstdint>
@@ -40,6 +41,11 @@ std::optional<DeviceNumber> KeyboardForPrograms(xcb_connection_t* connection);
 
 /// The keys that are down on one keyboard; none when it is gone.
 KeySet KeysDownOn(xcb_connection_t* connection, DeviceNumber keyboard);
+
+/// The same in two steps: the question, which waits for nothing, and its answer.
+using KeysQuestion = xcb_input_query_device_state_cookie_t;
+KeysQuestion AskKeysDownOn(xcb_connection_t* connection, DeviceNumber keyboard);
+KeySet KeysDown(xcb_connection_t* connection, KeysQuestion question);
 
 /// The keys that are down in the session.
 KeySet KeysDownInSession(xcb_connection_t* connection);

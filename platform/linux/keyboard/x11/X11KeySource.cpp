@@ -51,6 +51,21 @@ std::vector<KeyCode> CodesOf(const KeySet& keys) {
     return codes;
 }
 
+KeySet WhereTwoAgree(const KeySet& one, const KeySet& other, const KeySet& third) {
+    return (one & other) | (one & third) | (other & third);
+}
+
+template <typename KeyEventOfServer>
+KeyEvent EventOf(DeviceID device, const KeyEventOfServer& key, Action action) {
+    const bool isRepeat = (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
+    return {device, CodeOf(key.detail), isRepeat ? Action::kRepeat : action};
+}
+
+/// Of the numbers of requests, which start anew.
+bool IsBefore(std::uint32_t one, std::uint32_t other) {
+    return static_cast<std::int32_t>(one - other) < 0;
+}
+
 }  // namespace
 
 std::unique_ptr<X11KeySource> X11KeySource::Open() {
@@ -110,6 +125,7 @@ void X11KeySource::LetGo() {
     SelectEvents(true);
     CopyRepeatRate();
     UngrabAll();
+    TakeWhatWasHeld();
     StopListening();
     Wake();
 }
@@ -143,12 +159,33 @@ X11KeySource::Keyboards::iterator X11KeySource::Find(DeviceNumber number) {
                         [number](const auto& one) { return one.second.number == number; });
 }
 
-bool X11KeySource::RequestGrab(DeviceNumber number) {
-    const auto cookie = xcb_input_xi_grab_device(mConnection, mRoot, XCB_CURRENT_TIME, XCB_NONE,
-                                                 number, XCB_INPUT_GRAB_MODE_22_ASYNC,
-                                                 XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &kKeyMask);
+void X11KeySource::Grab(DeviceNumber number) {
+    // Once it is grabbed the keyboard's map does not follow the session's any more.
+    KeyboardMap map = KeyboardMap::Read(mConnection, number);
+    // Keys go on being typed meanwhile, so all is asked in one go. The session follows the keyboard
+    // up to the grab and not beyond: a key that was pressed since is only on the keyboard now, and
+    // one that was let go of since is only not there.
+    const KeysQuestion before = AskKeysDownOn(mConnection, number);
+    const auto request = RequestGrab(number);
+    const KeysQuestion now = AskKeysDownOn(mConnection, number);
+    const KeySet down = WhereTwoAgree(KeysDownInSession(mConnection), KeysDown(mConnection, before),
+                                      KeysDown(mConnection, now));
+    if (!IsGranted(number, request)) return;
+    const auto known = Find(number);
+    const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
+    mKeyboards[id] = {number, std::move(map), true};
+    mGate->Open(id, CodesOf(down));
+}
+
+xcb_input_xi_grab_device_cookie_t X11KeySource::RequestGrab(DeviceNumber number) {
+    return xcb_input_xi_grab_device(mConnection, mRoot, XCB_CURRENT_TIME, XCB_NONE, number,
+                                    XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC, 0,
+                                    1, &kKeyMask);
+}
+
+bool X11KeySource::IsGranted(DeviceNumber number, xcb_input_xi_grab_device_cookie_t request) {
     const Reply<xcb_input_xi_grab_device_reply_t> reply(
-        xcb_input_xi_grab_device_reply(mConnection, cookie, nullptr));
+        xcb_input_xi_grab_device_reply(mConnection, request, nullptr));
     if (reply && reply->status == XCB_GRAB_STATUS_SUCCESS) return true;
     NSLog(CFSTR("Keyboard %d is not held (status %d): if another program has grabbed it, end that "
                 "program and switch forwarding on again"),
@@ -156,32 +193,22 @@ bool X11KeySource::RequestGrab(DeviceNumber number) {
     return false;
 }
 
-void X11KeySource::Grab(DeviceNumber number) {
-    // Once it is grabbed the keyboard's map does not follow the session's any more.
-    KeyboardMap map = KeyboardMap::Read(mConnection, number);
-    const KeySet before = KeysDownOn(mConnection, number);
-    if (!RequestGrab(number)) return;
-    const auto known = Find(number);
-    const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
-    mKeyboards[id] = {number, std::move(map), true};
-    mGate->Open(id, CodesOf(KeysDownAtTheGrab(before, number)));
-}
-
-/// Keys go on being typed meanwhile. The session follows the keyboard up to the grab and not
-/// beyond, so whichever two of the three agree were right then: one that was pressed since is only
-/// on the keyboard now, and one that was let go of since is only not there.
-KeySet X11KeySource::KeysDownAtTheGrab(const KeySet& before, DeviceNumber number) const {
-    const KeySet session = KeysDownInSession(mConnection);
-    const KeySet now = KeysDownOn(mConnection, number);
-    return (session & (before | now)) | (before & now);
-}
-
 void X11KeySource::UngrabAll() {
     for (auto& [id, keyboard] : mKeyboards) {
         if (!keyboard.isGrabbed) continue;
-        xcb_input_xi_ungrab_device(mConnection, XCB_CURRENT_TIME, keyboard.number);
+        const auto request =
+            xcb_input_xi_ungrab_device(mConnection, XCB_CURRENT_TIME, keyboard.number);
+        keyboard.ungrab = request.sequence;
         keyboard.isGrabbed = false;
     }
+}
+
+/// The keys that were typed until the keyboards were given back have reached nobody else.
+void X11KeySource::TakeWhatWasHeld() {
+    // Whatever the server sent before this reply is there with it.
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(mConnection, xcb_get_input_focus(mConnection), nullptr));
+    ReadServer();
 }
 
 /// Leaves the keyboards to which nothing is owed, and all events when none is left.
@@ -318,11 +345,12 @@ void X11KeySource::TakeInputEvent(const xcb_ge_generic_event_t& event) {
     }
 }
 
-/// A key of a keyboard that is grabbed.
+/// A key of a keyboard that is grabbed, or was when it was pressed.
 void X11KeySource::TakeKey(const void* event, Action action) {
     const auto& key = As<xcb_input_key_press_event_t>(event);
     const auto keyboard = Find(key.deviceid);
-    if (keyboard != mKeyboards.end()) Feed(keyboard->first, key, action);
+    if (keyboard == mKeyboards.end()) return;
+    mGate->FeedHeld(EventOf(keyboard->first, key, action));
 }
 
 /// A key of a keyboard that was given back: the session got it as well.
@@ -330,13 +358,8 @@ void X11KeySource::TakeRawKey(const void* event, Action action) {
     const auto& key = As<xcb_input_raw_key_press_event_t>(event);
     const auto keyboard = Find(key.deviceid);
     if (keyboard == mKeyboards.end() || keyboard->second.isGrabbed) return;
-    Feed(keyboard->first, key, action);
-}
-
-template <typename KeyEventOfServer>
-void X11KeySource::Feed(DeviceID id, const KeyEventOfServer& key, Action action) {
-    const bool isRepeat = (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
-    mGate->Feed({id, CodeOf(key.detail), isRepeat ? Action::kRepeat : action});
+    if (IsBefore(key.full_sequence, keyboard->second.ungrab)) return;
+    mGate->Feed(EventOf(keyboard->first, key, action));
 }
 
 /// A keyboard that was disabled and enabled, as on suspending, is attached to the session although

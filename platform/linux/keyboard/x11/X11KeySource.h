@@ -45,6 +45,8 @@ class X11KeySource final : public KeySource {
         DeviceNumber number = 0;  ///< 0 when it is gone
         KeyboardMap map;
         bool isGrabbed = false;
+        /// The request that gave it back; what came before it was held.
+        std::uint32_t ungrab = 0;
     };
     using Keyboards = std::map<DeviceID, HeldKeyboard>;
 
@@ -57,10 +59,11 @@ class X11KeySource final : public KeySource {
     void SelectEvents(bool isListening);
     void GrabAll();
     Keyboards::iterator Find(DeviceNumber number);
-    bool RequestGrab(DeviceNumber number);
     void Grab(DeviceNumber number);
-    KeySet KeysDownAtTheGrab(const KeySet& before, DeviceNumber number) const;
+    xcb_input_xi_grab_device_cookie_t RequestGrab(DeviceNumber number);
+    bool IsGranted(DeviceNumber number, xcb_input_xi_grab_device_cookie_t request);
     void UngrabAll();
+    void TakeWhatWasHeld();
     void StopListening();
     void SetBeating(bool isBeating);
 
@@ -72,8 +75,6 @@ class X11KeySource final : public KeySource {
     void TakeInputEvent(const xcb_ge_generic_event_t& event);
     void TakeKey(const void* event, Action action);
     void TakeRawKey(const void* event, Action action);
-    template <typename KeyEventOfServer>
-    void Feed(DeviceID id, const KeyEventOfServer& key, Action action);
     void TakeHierarchy(const void* event);
     void TakeKeyboardEvent(const xcb_generic_event_t& event);
 
