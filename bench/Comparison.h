@@ -33,6 +33,8 @@ class Samples {
         return rest;
     }
 
+    std::size_t Count() const { return mTimes.size(); }
+
     /// The time that a share of the samples does not exceed.
     double Quantile(double share) const {
         std::vector<double> sorted = mTimes;

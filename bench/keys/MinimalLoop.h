@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/linux/keyboard/x11/InputDevices.h"
+#include <functional>
+
 #include "tests/desktop/Process.h"
 
 namespace kivo::bench {
@@ -10,7 +11,10 @@ namespace kivo::bench {
 /// key. It lives as long as this object.
 class MinimalLoop {
   public:
-    explicit MinimalLoop(keyboard::x11::DeviceNumber keyboard);
+    /// Asks about one event and waits for the answer.
+    using Asker = std::function<void()>;
+    /// `hold` is run in the holding process.
+    explicit MinimalLoop(const std::function<void(const Asker&)>& hold);
 
   private:
     test::Process mAnswering;

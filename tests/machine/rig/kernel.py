@@ -39,11 +39,17 @@ def modules():
     return next((FOLDER / "lib" / "modules").iterdir())
 
 
+def missing_programs():
+    """What is to be installed for a guest to run, as a text, or None."""
+    lacking = [name for name in ("qemu-system-x86_64", "busybox", "cpio") if shutil.which(name) is None]
+    return f"{' and '.join(lacking)} not installed" if lacking else None
+
+
 def missing():
     """What a run of the tests lacks, as a text, or None."""
-    lacking = [name for name in ("qemu-system-x86_64", "busybox", "cpio") if shutil.which(name) is None]
-    if lacking:
-        return f"{' and '.join(lacking)} not installed"
+    programs = missing_programs()
+    if programs:
+        return programs
     if not (FOLDER / "ready").exists():
         return "no kernel has been fetched"
     return None

@@ -1,10 +1,11 @@
-#include "bench/keys/Typist.h"
+#include "bench/keys/x11/X11Typist.h"
 
 #include <poll.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
@@ -16,9 +17,32 @@ namespace {
 constexpr std::uint8_t kKeycode = 38;  // A
 constexpr int kPatienceMilliseconds = 200;
 
+using keyboard::x11::DeviceNumber;
+
+void Hold(DeviceNumber keyboard, const MinimalLoop::Asker& ask) {
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    keyboard::x11::CanHoldKeys(connection);
+    const std::uint32_t keys =
+        XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+    xcb_input_xi_grab_device(connection, keyboard::x11::RootWindow(connection), XCB_CURRENT_TIME,
+                             XCB_NONE, keyboard, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                             XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &keys);
+    xcb_flush(connection);
+    while (xcb_generic_event_t* const event = xcb_wait_for_event(connection)) {
+        const auto& key = *reinterpret_cast<const xcb_input_key_press_event_t*>(event);
+        if ((event->response_type & 0x7F) == XCB_GE_GENERIC) {
+            ask();
+            keyboard::x11::TypeKey(connection, static_cast<std::uint8_t>(key.detail),
+                                   key.event_type == XCB_INPUT_KEY_PRESS);
+            xcb_flush(connection);
+        }
+        std::free(event);
+    }
+}
+
 }  // namespace
 
-Typist::Typist() {
+X11Typist::X11Typist() {
     if (!keyboard::x11::CanHoldKeys(mHand.Get())) throw std::runtime_error("no input extension");
     mKeyboard = keyboard::x11::AttachedKeyboards(mHand.Get()).front().number;
     mFirstEvent = xcb_get_extension_data(mHand.Get(), &xcb_input_id)->first_event;
@@ -29,7 +53,7 @@ Typist::Typist() {
     mApplication.Sync();
 }
 
-std::optional<double> Typist::Type() {
+std::optional<double> X11Typist::Type() {
     const auto start = std::chrono::steady_clock::now();
     Send(true);
     const bool hasCome = AwaitEvent(XCB_KEY_PRESS);
@@ -41,14 +65,14 @@ std::optional<double> Typist::Type() {
     return taken.count();
 }
 
-void Typist::Send(bool isDown) {
+void X11Typist::Send(bool isDown) {
     const int event = isDown ? XCB_INPUT_DEVICE_KEY_PRESS : XCB_INPUT_DEVICE_KEY_RELEASE;
     xcb_test_fake_input(mHand.Get(), static_cast<std::uint8_t>(mFirstEvent + event), kKeycode,
                         XCB_CURRENT_TIME, XCB_NONE, 0, 0, static_cast<std::uint8_t>(mKeyboard));
     xcb_flush(mHand.Get());
 }
 
-bool Typist::AwaitEvent(std::uint8_t type) {
+bool X11Typist::AwaitEvent(std::uint8_t type) {
     for (;;) {
         const std::unique_ptr<xcb_generic_event_t, keyboard::x11::Free> event(
             xcb_poll_for_event(mApplication.Get()));
@@ -59,11 +83,15 @@ bool Typist::AwaitEvent(std::uint8_t type) {
     }
 }
 
-void Typist::AwaitHeld(bool isHeld) {
+void X11Typist::AwaitHeld(bool isHeld) {
     const auto isSo = [&] {
         return keyboard::x11::AttachedKeyboards(mHand.Get()).empty() == isHeld;
     };
     if (!test::Await(isSo)) throw std::runtime_error("the keyboard is not taken or not given back");
+}
+
+MinimalLoop X11Typist::StartLoop() {
+    return MinimalLoop([this](const MinimalLoop::Asker& ask) { Hold(mKeyboard, ask); });
 }
 
 }  // namespace kivo::bench

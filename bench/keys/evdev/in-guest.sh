@@ -1,0 +1,3 @@
+# Run in the booted machine by bench-keys-machine.
+load_keyboards
+"$KIVO_BUILD/bin/keys-in-guest" --json
