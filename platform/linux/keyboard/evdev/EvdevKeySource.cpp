@@ -19,6 +19,9 @@ namespace {
 
 constexpr char kFolder[] = "/dev/input";
 
+/// The keyboards and their clones; their folder, the beat and the guard.
+constexpr std::size_t kMostWatched = 2 * GuardPage::kSlots + 3;
+
 /// From the making of a clone until the session has opened it, as far as can be known from outside:
 /// udev has to look at it first. Measured 50 to 150 ms on an idle machine.
 constexpr std::chrono::milliseconds kSettling{500};
@@ -62,6 +65,7 @@ EvdevKeySource::EvdevKeySource()
 void EvdevKeySource::Watch(int descriptor) {
     epoll_event event{};
     event.events = EPOLLIN;
+    event.data.fd = descriptor;
     epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
 }
 
@@ -151,7 +155,7 @@ void EvdevKeySource::Add(const std::string& path) {
         if (known->second.state == State::kListening) known->second.state = State::kSettling;
         return;
     }
-    auto keyboard = Keyboard::Open(path);
+    std::shared_ptr<Keyboard> keyboard = Keyboard::Open(path);
     if (!keyboard) return;
     if (known != mDevices.end()) return Prepare(known->second, std::move(keyboard));
     if (mDevices.size() >= GuardPage::kSlots) return;
@@ -171,7 +175,7 @@ std::uint32_t EvdevKeySource::FreeSlot() const {
                                       isTaken.begin());
 }
 
-void EvdevKeySource::Prepare(Device& device, std::unique_ptr<Keyboard> keyboard) {
+void EvdevKeySource::Prepare(Device& device, std::shared_ptr<Keyboard> keyboard) {
     if (!GiveClone(device, *keyboard)) {
         device.state = State::kGone;
         return;
@@ -210,8 +214,6 @@ void EvdevKeySource::GrabWhatIsReady() {
 
 void EvdevKeySource::Grab(DeviceID id, Device& device) {
     if (!device.keyboard->Grab()) return TryAgainLater(device);
-    // What came until now the session has got as well.
-    if (!device.keyboard->Read([](const input_event&) {})) return LoseDevice(id, device);
     device.state = State::kHeld;
     device.isRefused = false;
     const std::vector<KeyCode> down = device.keyboard->KeysDown();
@@ -315,24 +317,36 @@ void EvdevKeySource::Close(DeviceID id) {
 // Events
 
 void EvdevKeySource::Read() {
-    std::uint64_t count = 0;
-    if (read(mBeat.Get(), &count, sizeof count) > 0) mGuard.Beat();
-    ReadGuard();
-    if (mIsLost) return;
-    ReadChanges();
+    if (mGuard.IsFreed()) Lose();
+    // Before what has become ready is looked up: a device that has gone until then tells so.
     SweepUp();
-    for (auto& [id, device] : mDevices) {
-        ReadLights(device);
-        if (device.keyboard) ReadDevice(id, device);
+    std::array<epoll_event, kMostWatched> ready{};
+    const int count = epoll_wait(mPoll.Get(), ready.data(), ready.size(), 0);
+    for (int i = 0; i < count; ++i) {
+        ReadFrom(ready[static_cast<std::size_t>(i)].data.fd);
     }
     GrabWhatIsReady();
     StopListening();
 }
 
+void EvdevKeySource::ReadFrom(int descriptor) {
+    std::uint64_t count = 0;
+    if (descriptor == mBeat.Get() && read(descriptor, &count, sizeof count) > 0) mGuard.Beat();
+    if (descriptor == mGuard.Descriptor()) ReadGuard();
+    if (descriptor == mChanges.Get()) ReadChanges();
+    for (auto& [id, device] : mDevices) {
+        const bool hasKeyboard = device.keyboard != nullptr;
+        if (hasKeyboard && device.keyboard->Descriptor() == descriptor) ReadDevice(id, device);
+        if (device.clone && device.clone->Descriptor() == descriptor) ReadLights(device);
+    }
+}
+
 void EvdevKeySource::ReadDevice(DeviceID id, Device& device) {
+    const auto keyboard = device.keyboard;
     const bool isThere =
-        device.keyboard->Read([&](const input_event& event) { TakeEvent(id, device, event); });
-    if (!isThere) LoseDevice(id, device);
+        keyboard->Read([&](const input_event& event) { TakeEvent(id, device, event); });
+    // It may have been found to be gone already, while one of its events was taken.
+    if (!isThere && device.keyboard == keyboard) LoseDevice(id, device);
 }
 
 void EvdevKeySource::TakeEvent(DeviceID id, Device& device, const input_event& event) {
@@ -397,6 +411,7 @@ void EvdevKeySource::TakeReady(std::uint32_t slot) {
 void EvdevKeySource::Lose() {
     if (mIsLost) return;
     mIsLost = true;
+    mIsHolding = false;
     NSLog(
         CFSTR("The keyboards were given back to the session, because the daemon made no progress "
               "or lost its guard; restart it to forward keys again"));

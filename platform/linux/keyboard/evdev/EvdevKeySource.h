@@ -49,7 +49,8 @@ class EvdevKeySource final : public KeySource {
         std::string path;
         std::string name;
         State state = State::kIdle;
-        std::unique_ptr<Keyboard> keyboard;
+        /// Shared with who reads from it just now.
+        std::shared_ptr<Keyboard> keyboard;
         std::unique_ptr<Clone> clone;
         Clock::time_point settled;
         std::uint32_t slot = 0;  ///< at the guard
@@ -68,7 +69,7 @@ class EvdevKeySource final : public KeySource {
     void Scan();
     void Add(const std::string& path);
     Devices::iterator Find(const std::string& path);
-    void Prepare(Device& device, std::unique_ptr<Keyboard> keyboard);
+    void Prepare(Device& device, std::shared_ptr<Keyboard> keyboard);
     bool GiveClone(Device& device, const Keyboard& keyboard);
     std::uint32_t FreeSlot() const;
     void GrabWhatIsReady();
@@ -85,6 +86,7 @@ class EvdevKeySource final : public KeySource {
     void ReadChanges();
 
     // Events
+    void ReadFrom(int descriptor);
     void ReadDevice(DeviceID id, Device& device);
     void TakeEvent(DeviceID id, Device& device, const input_event& event);
     void ReadLights(Device& device);

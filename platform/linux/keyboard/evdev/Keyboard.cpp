@@ -41,6 +41,7 @@ std::unique_ptr<Keyboard> Keyboard::Open(const std::string& path) {
     libevdev* device = nullptr;
     if (libevdev_new_from_fd(descriptor.Get(), &device) != 0) return nullptr;
     std::unique_ptr<Keyboard> keyboard(new Keyboard(std::move(descriptor), device));
+    keyboard->mDown = keyboard->AskWhatIsDown();
     return MayBeHeld(device) ? std::move(keyboard) : nullptr;
 }
 
@@ -48,12 +49,22 @@ bool Keyboard::MayOpen(const std::string& path) {
     return faccessat(AT_FDCWD, path.c_str(), R_OK | W_OK, AT_EACCESS) == 0;
 }
 
-std::vector<KeyCode> Keyboard::KeysDown() const {
-    std::vector<KeyCode> down;
+Keyboard::Keys Keyboard::AskWhatIsDown() const {
+    std::array<std::uint8_t, (KEY_CNT + 7) / 8> bytes{};
+    ioctl(mDescriptor.Get(), EVIOCGKEY(bytes.size()), bytes.data());
+    Keys down;
     for (KeyCode code = 0; code < KEY_CNT; ++code) {
-        if (libevdev_get_event_value(mDevice.get(), EV_KEY, code) != 0) down.push_back(code);
+        down[code] = (bytes[code / 8] >> (code % 8) & 1) != 0;
     }
     return down;
+}
+
+std::vector<KeyCode> Keyboard::KeysDown() const {
+    std::vector<KeyCode> codes;
+    for (KeyCode code = 0; code < KEY_CNT; ++code) {
+        if (mDown[code]) codes.push_back(code);
+    }
+    return codes;
 }
 
 bool Keyboard::HasLight(unsigned light) const {
@@ -61,11 +72,18 @@ bool Keyboard::HasLight(unsigned light) const {
 }
 
 bool Keyboard::IsLightOn(unsigned light) const {
-    return libevdev_get_event_value(mDevice.get(), EV_LED, light) != 0;
+    std::array<std::uint8_t, (LED_CNT + 7) / 8> lit{};
+    ioctl(mDescriptor.Get(), EVIOCGLED(lit.size()), lit.data());
+    return (lit[light / 8] >> (light % 8) & 1) != 0;
 }
 
 bool Keyboard::Grab() {
-    return ioctl(mDescriptor.Get(), EVIOCGRAB, 1) == 0;
+    if (ioctl(mDescriptor.Get(), EVIOCGRAB, 1) != 0) return false;
+    // The kernel takes the key events before its answer out of what is to be read.
+    mDown = AskWhatIsDown();
+    mQueue.clear();
+    mEchoes.clear();
+    return true;
 }
 
 void Keyboard::Ungrab() {
@@ -73,37 +91,58 @@ void Keyboard::Ungrab() {
 }
 
 void Keyboard::ReleaseForOthers(KeyCode code) {
-    const bool isDown = libevdev_get_event_value(mDevice.get(), EV_KEY, code) != 0;
+    const bool isDown = mDown[code];
     Ungrab();
     // The kernel passes on only what changes. Others take the press of a key that they have down
     // for nothing new.
     if (!isDown) InjectKey(code, 1);
     InjectKey(code, 0);
-    Grab();
+    ioctl(mDescriptor.Get(), EVIOCGRAB, 1);
     // Down in the hand it stays: here alone, so that its release is seen when it comes.
     if (isDown) InjectKey(code, 1);
 }
 
-bool Keyboard::Read(const std::function<void(const input_event&)>& take) {
-    unsigned mode = LIBEVDEV_READ_FLAG_NORMAL;
-    for (;;) {
-        input_event event{};
-        const int status = libevdev_next_event(mDevice.get(), mode, &event);
-        if (status == LIBEVDEV_READ_STATUS_SYNC && mode == LIBEVDEV_READ_FLAG_NORMAL) {
-            mode = LIBEVDEV_READ_FLAG_SYNC;  // events were lost: what changed since comes now
-            continue;
-        }
-        if (status == -EAGAIN && mode == LIBEVDEV_READ_FLAG_SYNC) {
-            mode = LIBEVDEV_READ_FLAG_NORMAL;
-            continue;
-        }
-        if (status == -EINTR) continue;
-        if (status < 0) {
-            // What was injected is there at once: an echo that did not come never will.
-            mEchoes.clear();
-            return status == -EAGAIN;
-        }
+bool Keyboard::Read(const Taker& take) {
+    std::array<input_event, 64> events{};
+    for (bool isMore = true; isMore;) {
+        const ssize_t size = read(mDescriptor.Get(), events.data(), sizeof events);
+        if (size < 0 && errno == EINTR) continue;
+        const bool isEmpty = size < 0 && errno == EAGAIN;
+        if (size <= 0 && !isEmpty) return false;
+        const std::size_t count =
+            isEmpty ? 0 : static_cast<std::size_t>(size) / sizeof(input_event);
+        mQueue.insert(mQueue.end(), events.data(), events.data() + count);
+        TakeQueued(take);
+        isMore = count == events.size();
+    }
+    // What was injected is there at once: an echo that did not come never will.
+    mEchoes.clear();
+    return true;
+}
+
+void Keyboard::TakeQueued(const Taker& take) {
+    while (!mQueue.empty()) {
+        const input_event event = mQueue.front();
+        mQueue.pop_front();
+        if (event.type == EV_SYN && event.code == SYN_DROPPED) MakeUp();
+        if (event.type == EV_KEY && event.code < KEY_CNT) mDown[event.code] = event.value != 0;
         if (!IsEcho(event)) take(event);
+    }
+}
+
+/// Instead of all that waits to be taken, whose outcome is in the kernel's answer. The kernel takes
+/// out of what is to be read the key events that are in its answer, too.
+void Keyboard::MakeUp() {
+    const Keys now = AskWhatIsDown();
+    const Keys changed = now ^ mDown;
+    mQueue.clear();
+    mEchoes.clear();
+    for (KeyCode code = 0; code < KEY_CNT; ++code) {
+        if (!changed[code]) continue;
+        input_event& event = mQueue.emplace_back();
+        event.type = EV_KEY;
+        event.code = code;
+        event.value = now[code] ? 1 : 0;
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <libevdev/libevdev.h>
+#include <linux/input.h>
 
+#include <bitset>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -30,11 +32,14 @@ class Keyboard {
     int Descriptor() const { return mDescriptor.Get(); }
     const libevdev* Device() const { return mDevice.get(); }
     const char* Name() const { return libevdev_get_name(mDevice.get()); }
+    /// The keys that are down, as far as was read.
     std::vector<KeyCode> KeysDown() const;
     bool HasLight(unsigned light) const;
     bool IsLightOn(unsigned light) const;
 
-    /// Takes the events away from everybody else; false with errno set (EBUSY: another has).
+    /// Takes the events away from everybody else, and knows afterwards what is down: what came
+    /// until then the others have got as well, or another who had the keyboard. False with errno
+    /// set (EBUSY: another has).
     bool Grab();
     void Ungrab();
 
@@ -42,9 +47,11 @@ class Keyboard {
     /// by events that the keyboard itself sends while the grab is interrupted.
     void ReleaseForOthers(KeyCode code);
 
-    /// Calls `take` for each event that has come, those included that make up for lost ones. False
+    using Taker = std::function<void(const input_event&)>;
+    /// Calls `take`, which may read too, for each event that has come, in order. When the kernel
+    /// had to drop some, presses and releases make up for them that lead to what is down now. False
     /// when the keyboard is gone.
-    bool Read(const std::function<void(const input_event&)>& take);
+    bool Read(const Taker& take);
 
     void SetLight(std::uint16_t light, bool isOn);
 
@@ -57,15 +64,24 @@ class Keyboard {
         std::int32_t value;
     };
 
+    using Keys = std::bitset<KEY_CNT>;
+
     Keyboard(FileDescriptor descriptor, libevdev* device)
         : mDescriptor(std::move(descriptor)), mDevice(device) {}
 
+    Keys AskWhatIsDown() const;
+    void TakeQueued(const Taker& take);
+    void MakeUp();
     void Inject(std::uint16_t type, std::uint16_t code, std::int32_t value);
     void InjectKey(KeyCode code, std::int32_t value);
     bool IsEcho(const input_event& event);
 
     FileDescriptor mDescriptor;
+    /// What the device is and has; its events are not read by it.
     std::unique_ptr<libevdev, FreeDevice> mDevice;
+    /// What was read and not taken yet.
+    std::deque<input_event> mQueue;
+    Keys mDown;
     /// What was injected comes back here like all else.
     std::deque<Echo> mEchoes;
 };
