@@ -8,9 +8,9 @@
 
 namespace kivo::bench {
 
-/// The daemon, and a control center that lets every key through. The daemon's standard error is what
-/// it is to a service, a socket whose other end a process reads line after line: the daemon writes
-/// one for each key. All live as long as this object.
+/// The daemon, and a control center that lets every key through. The daemon's standard error is
+/// what it is to a service, a socket whose other end a process reads line after line: the daemon
+/// writes one for each key. All live as long as this object.
 class DaemonAndCenter {
   public:
     /// `folder` has their programs. Throws when one does not start.

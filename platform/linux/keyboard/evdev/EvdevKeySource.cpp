@@ -213,6 +213,9 @@ void EvdevKeySource::GrabWhatIsReady() {
 }
 
 void EvdevKeySource::Grab(DeviceID id, Device& device) {
+    // Whether the session or the other program got what was pressed nobody knows, and whoever gets
+    // the release alone is not harmed.
+    if (device.isRefused && device.keyboard->IsAnyKeyDown()) return;
     if (!device.keyboard->Grab()) return TryAgainLater(device);
     device.state = State::kHeld;
     device.isRefused = false;

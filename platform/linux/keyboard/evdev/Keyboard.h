@@ -34,6 +34,8 @@ class Keyboard {
     const char* Name() const { return libevdev_get_name(mDevice.get()); }
     /// The keys that are down, as far as was read.
     std::vector<KeyCode> KeysDown() const;
+    /// Whether one is down now.
+    bool IsAnyKeyDown() const { return AskWhatIsDown().any(); }
     bool HasLight(unsigned light) const;
     bool IsLightOn(unsigned light) const;
 

@@ -89,3 +89,17 @@ expect_free_within_a_second() {
     tap z
     expect_typed +44 -44
 }
+
+# start_virtual_keyboard: one that types faster than a hand. Its node is in $VIRTUAL.
+start_virtual_keyboard() {
+    export VIRTUAL
+    coproc HAND { exec "$KIVO_GUEST/virtual-keyboard"; }
+    read -r VIRTUAL <&"${HAND[0]}"
+}
+
+# type_at_once KEY...: "+30" for a press and "-30" for a release by the kernel's code; or as
+# guest/virtual-keyboard says.
+type_at_once() {
+    echo "$*" >&"${HAND[1]}"
+    read -r _ <&"${HAND[0]}"
+}
