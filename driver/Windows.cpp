@@ -62,8 +62,7 @@ AXUIElementRef CZYN_UserSpaceDriver::GetWindowElementWithTitle(const std::string
     const auto windows = kivo::Adopt(CopyApplicationWindowList(false, CFSTR("")));
     if (!windows) return nullptr;
     mLentWindowLists.push_back(windows);
-    const auto wantedTitle = kivo::Adopt(
-        CFStringCreateWithCString(kCFAllocatorDefault, wanted.c_str(), kCFStringEncodingUTF8));
+    const auto wantedTitle = kivo::MakeString(wanted.c_str());
     for (CFIndex i = 0; i < CFArrayGetCount(windows.Get()); ++i) {
         const AXUIElementRef window = kivo::WindowAt(windows.Get(), i);
         kivo::CFRef<CFStringRef> title;

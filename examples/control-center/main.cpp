@@ -19,8 +19,7 @@ constexpr double kSendSeconds = 1;
 constexpr double kAnswerSeconds = 1;
 
 void AskWhereThePointerIs() {
-    const auto name = kivo::Adopt(CFStringCreateWithCString(
-        kCFAllocatorDefault, kivo::kDriverPortName, kCFStringEncodingUTF8));
+    const auto name = kivo::MakeString(kivo::kDriverPortName);
     const CACFRemoteMessagePort driver(name.Get(), nullptr);
     if (!driver.IsValid()) {
         std::puts("no daemon is running");
@@ -69,8 +68,7 @@ CFDataRef TakeMessage(CFMessagePortRef, SInt32 code, CFDataRef data, void*) {
 
 int main() {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const auto name = kivo::Adopt(CFStringCreateWithCString(
-        kCFAllocatorDefault, kivo::kControlCenterPortName, kCFStringEncodingUTF8));
+    const auto name = kivo::MakeString(kivo::kControlCenterPortName);
     const CACFLocalMessagePort port(name.Get(), TakeMessage, nullptr, nullptr);
     if (!port.IsValid()) {
         std::puts("another control center is running");

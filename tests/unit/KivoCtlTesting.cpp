@@ -11,9 +11,7 @@ namespace kivo::ctl {
 namespace {
 
 CACFLocalMessagePort MakeDaemonPort(CFMessagePortCallBack callback, void* info) {
-    const auto name = Adopt(
-        CFStringCreateWithCString(kCFAllocatorDefault, kDriverPortName, kCFStringEncodingUTF8));
-    return CACFLocalMessagePort(name.Get(), callback, nullptr, info);
+    return CACFLocalMessagePort(MakeString(kDriverPortName).Get(), callback, nullptr, info);
 }
 
 void AddToLoop(const CACFLocalMessagePort& port) {

@@ -8,6 +8,7 @@
 #include "ZYNCommon/CLanguageSupport.h"
 #include "ZYNCommon/ZYN_Constant_CFStrings.h"
 #include "platform/CFRef.h"
+#include "tests/support/Text.h"
 
 namespace {
 
@@ -34,14 +35,9 @@ class LanguageSupport : public testing::Test {
 
     /// What a language makes of a key: its text, or "(null)".
     std::string LookUp(CLanguageSupport& language, const char* key) {
-        const auto keyString =
-            kivo::Adopt(CFStringCreateWithCString(kCFAllocatorDefault, key, kCFStringEncodingUTF8));
-        const CFStringRef found = language.CopyStringForKey(keyString.Get());
+        const CFStringRef found = language.CopyStringForKey(kivo::MakeString(key).Get());
         const auto owned = language.HasTable() ? kivo::Retain(found) : kivo::Adopt(found);
-        if (!owned) return "(null)";
-        char text[256] = {};
-        EXPECT_TRUE(CFStringGetCString(owned.Get(), text, sizeof text, kCFStringEncodingUTF8));
-        return text;
+        return owned ? kivo::test::Utf8Text(owned.Get()) : "(null)";
     }
 
     fs::path mSupport;
@@ -75,8 +71,7 @@ TEST_F(LanguageSupport, KeyStandsForItselfWithoutATable) {
 
 TEST_F(LanguageSupport, CopyWithoutATableBelongsToTheCaller) {
     CLanguageSupport language("English");
-    const auto key =
-        kivo::Adopt(CFStringCreateWithCString(kCFAllocatorDefault, "kEdit", kCFStringEncodingUTF8));
+    const auto key = kivo::MakeString("kEdit");
     const auto copy = kivo::Adopt(language.CopyStringForKey(key.Get()));
     EXPECT_TRUE(CFEqual(copy.Get(), key.Get()));
     EXPECT_EQ(CFGetRetainCount(copy.Get()) + (copy.Get() == key.Get() ? 0 : 1), 2);

@@ -39,12 +39,7 @@ class MidiSession {
 std::string NameOf(MIDIObjectRef object) {
     CFRef<CFStringRef> name;
     if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, name.Receive()) != noErr) return "";
-    const CFIndex size =
-        1 + CFStringGetMaximumSizeForEncoding(CFStringGetLength(name.Get()), kCFStringEncodingUTF8);
-    std::string text(static_cast<std::size_t>(size), '\0');
-    CFStringGetCString(name.Get(), text.data(), size, kCFStringEncodingUTF8);
-    text.resize(text.find('\0'));
-    return text;
+    return Utf8Of(name.Get());
 }
 
 bool IsNamed(MIDIObjectRef object, const MIDIName& wanted) {

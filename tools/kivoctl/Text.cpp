@@ -50,6 +50,10 @@ CFRef<CFStringRef> MakeString(std::string_view text, std::string_view what) {
     return string;
 }
 
+std::string Utf8Of(CFStringRef string) {
+    return BytesOfString(string, kCFStringEncodingUTF8).value_or("");
+}
+
 std::vector<UniChar> UnitsOf(CFStringRef string) {
     const CFIndex length = CFStringGetLength(string);
     std::vector<UniChar> units(static_cast<size_t>(length));

@@ -16,6 +16,9 @@ namespace kivo::ctl {
 /// that bytes which are not UTF-8, or a zero character inside, give.
 CFRef<CFStringRef> MakeString(std::string_view text, std::string_view what);
 
+/// A string as UTF-8; empty when it is not valid text.
+std::string Utf8Of(CFStringRef string);
+
 /// The UTF-16 units of a string.
 std::vector<UniChar> UnitsOf(CFStringRef string);
 

@@ -3,6 +3,8 @@
 #include <ApplicationServices/AXValue.h>
 #include <CoreFoundation/CFCGTypes.h>
 #include <CoreFoundation/CFRuntime.h>
+#include <CoreFoundation/CFStringSeams.h>
+#include <CoreFoundation/WithoutExceptions.h>
 
 #include <new>
 #include <optional>
@@ -97,10 +99,7 @@ AXError WindowElement::CopyTitle(CFTypeRef& value) const {
                status != desktop::Status::kOk) {
         return ErrorOf(status);
     }
-    const auto* bytes = reinterpret_cast<const UInt8*>(title.data());
-    return HandOut(CFStringCreateWithBytes(nullptr, bytes, static_cast<CFIndex>(title.size()),
-                                           kCFStringEncodingUTF8, false),
-                   value);
+    return HandOut(CreateStringFromUtf8(title), value);
 }
 
 AXError WindowElement::CopyPosition(CFTypeRef& value) const {
@@ -165,16 +164,6 @@ AXError ApplicationElement::CopyWindows(CFTypeRef& value) const {
                    value);
 }
 
-/// Runs `answer` so that nothing it throws reaches a caller in C.
-template <typename Answer>
-AXError WithoutExceptions(Answer answer) noexcept {
-    try {
-        return answer();
-    } catch (...) {
-        return kAXErrorFailure;
-    }
-}
-
 }  // namespace
 }  // namespace kivo
 
@@ -184,11 +173,8 @@ CFTypeID AXUIElementGetTypeID() {
 }
 
 AXUIElementRef AXUIElementCreateApplication(pid_t pid) {
-    try {
-        return new kivo::ApplicationElement(pid);
-    } catch (...) {
-        return nullptr;
-    }
+    return kivo::WithoutExceptions<AXUIElementRef>(
+        nullptr, [pid] { return new kivo::ApplicationElement(pid); });
 }
 
 AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute,
@@ -196,7 +182,8 @@ AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attrib
     if (element == nullptr || attribute == nullptr || value == nullptr) {
         return kAXErrorIllegalArgument;
     }
-    return kivo::WithoutExceptions([&] { return element->CopyAttribute(attribute, *value); });
+    return kivo::WithoutExceptions(kAXErrorFailure,
+                                   [&] { return element->CopyAttribute(attribute, *value); });
 }
 
 AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute,
@@ -204,5 +191,6 @@ AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribu
     if (element == nullptr || attribute == nullptr || value == nullptr) {
         return kAXErrorIllegalArgument;
     }
-    return kivo::WithoutExceptions([&] { return element->SetAttribute(attribute, value); });
+    return kivo::WithoutExceptions(kAXErrorFailure,
+                                   [&] { return element->SetAttribute(attribute, value); });
 }

@@ -1,5 +1,6 @@
 #include <ApplicationServices/CGEvent.h>
 #include <CoreFoundation/CFMachPortSeams.h>
+#include <CoreFoundation/WithoutExceptions.h>
 
 #include <memory>
 #include <utility>
@@ -84,11 +85,8 @@ CFMachPortRef CGEventTapCreate(CGEventTapLocation tap, CGEventTapPlacement,
     if (tap != kCGSessionEventTap || callback == nullptr || (eventsOfInterest & kKeys) == 0) {
         return nullptr;
     }
-    try {
-        return kivo::CreateTap(options, eventsOfInterest, callback, userInfo);
-    } catch (...) {
-        return nullptr;
-    }
+    return kivo::WithoutExceptions<CFMachPortRef>(
+        nullptr, [&] { return kivo::CreateTap(options, eventsOfInterest, callback, userInfo); });
 }
 
 void CGEventTapEnable(CFMachPortRef tap, bool enable) {

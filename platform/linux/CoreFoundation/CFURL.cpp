@@ -3,6 +3,7 @@
 #include <CoreFoundation/CFRuntime.h>
 #include <CoreFoundation/CFStringSeams.h>
 #include <CoreFoundation/CFURL.h>
+#include <CoreFoundation/FileDescriptor.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -117,21 +118,6 @@ SInt32 ErrorOf(int systemError) {
     }
 }
 
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int descriptor) : mDescriptor(descriptor) {}
-    ~FileDescriptor() {
-        if (mDescriptor >= 0) close(mDescriptor);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int Get() const { return mDescriptor; }
-
-  private:
-    int mDescriptor;
-};
-
 /// Reads until `size` bytes or the end of the file; the number read, or none on an error.
 std::optional<size_t> ReadFully(int descriptor, UInt8* bytes, size_t size) {
     size_t count = 0;
@@ -154,9 +140,9 @@ struct FileReading {
 /// Reads a regular file. Nothing else is opened for reading: a pipe could keep the reader waiting.
 FileReading ReadFile(const std::string& path) {
     constexpr off_t kLargestFile = off_t{256} << 20;
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const kivo::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (file.Get() < 0 || fstat(file.Get(), &status) != 0) return {{}, ErrorOf(errno)};
+    if (!file || fstat(file.Get(), &status) != 0) return {{}, ErrorOf(errno)};
     if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) return {{}, kCFURLUnknownError};
     const auto size = static_cast<size_t>(status.st_size);
     const std::shared_ptr<UInt8[]> bytes = std::make_shared_for_overwrite<UInt8[]>(size);

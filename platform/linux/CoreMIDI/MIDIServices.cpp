@@ -3,6 +3,7 @@
 #include "CoreMIDI/MIDIServices.h"
 
 #include <CoreFoundation/CFStringSeams.h>
+#include <CoreFoundation/WithoutExceptions.h>
 
 #include <cerrno>
 #include <map>
@@ -30,16 +31,6 @@ struct Services {
 Services& Shared() {
     static auto* const services = new Services;
     return *services;
-}
-
-/// Runs `answer` so that nothing it throws reaches a caller in C.
-template <typename Result, typename Answer>
-Result WithoutExceptions(Result otherwise, Answer answer) noexcept {
-    try {
-        return answer();
-    } catch (...) {
-        return otherwise;
-    }
 }
 
 MIDIClient* FindClient(MIDIClientRef ref) {
@@ -135,6 +126,7 @@ void ForgetEverything() {
 }  // namespace kivo::midi
 
 using namespace kivo::midi;
+using kivo::WithoutExceptions;
 
 const CFStringRef kMIDIPropertyName = &gPropertyName.object;
 

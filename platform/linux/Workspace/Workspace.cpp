@@ -1,7 +1,9 @@
 #include "Workspace.h"
 
 #include <CoreFoundation/CFRuntime.h>
+#include <CoreFoundation/CFStringSeams.h>
 #include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/WithoutExceptions.h>
 
 #include <algorithm>
 #include <map>
@@ -41,37 +43,13 @@ class RunningApplication final : public CFObject {
     const desktop::Application mValues;
 };
 
-/// Runs `answer` so that nothing it throws reaches a caller in C; `otherwise` is the answer then.
-template <typename Result, typename Answer>
-Result WithoutExceptions(Result otherwise, Answer answer) noexcept {
-    try {
-        return answer();
-    } catch (...) {
-        return otherwise;
-    }
-}
-
-CFStringRef CreateString(const std::string& text) {
-    return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
-                                   static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
-}
-
-std::string TextOf(CFStringRef string) {
-    const CFIndex room =
-        CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8) + 1;
-    std::string text(static_cast<std::size_t>(room), '\0');
-    if (!CFStringGetCString(string, text.data(), room, kCFStringEncodingUTF8)) return {};
-    text.resize(text.find('\0'));
-    return text;
-}
-
 CFDictionaryRef CreateDictionary(const std::map<std::string, std::string>& entries) {
     std::vector<CFRef<CFStringRef>> owned;
     std::vector<const void*> keys;
     std::vector<const void*> values;
     for (const auto& [key, value] : entries) {
-        keys.push_back(owned.emplace_back(Adopt(CreateString(key))).Get());
-        values.push_back(owned.emplace_back(Adopt(CreateString(value))).Get());
+        keys.push_back(owned.emplace_back(Adopt(CreateStringFromUtf8(key))).Get());
+        values.push_back(owned.emplace_back(Adopt(CreateStringFromUtf8(value))).Get());
     }
     return CFDictionaryCreate(nullptr, keys.data(), values.data(),
                               static_cast<CFIndex>(keys.size()), &kCFTypeDictionaryKeyCallBacks,
@@ -146,7 +124,7 @@ pid_t Workspace_GetProcessIdentifier(WorkspaceApplicationRef application) {
 
 CFStringRef Workspace_CopyBundleIdentifier(WorkspaceApplicationRef application) {
     const std::string& bundleID = RunningApplication::ValuesOf(application).bundleID;
-    return bundleID.empty() ? nullptr : kivo::CreateString(bundleID);
+    return bundleID.empty() ? nullptr : kivo::CreateStringFromUtf8(bundleID);
 }
 
 CFDictionaryRef Workspace_CopyInfoDictionary(WorkspaceApplicationRef application) {
@@ -159,23 +137,17 @@ CFDictionaryRef Workspace_CopyInfoDictionary(WorkspaceApplicationRef application
 CFArrayRef Workspace_CopyRunningApplications(CFStringRef bundleIdentifier) {
     return WithoutExceptions<CFArrayRef>(nullptr, [&]() -> CFArrayRef {
         if (bundleIdentifier == nullptr) return nullptr;
-        const std::string bundleID = kivo::TextOf(bundleIdentifier);
+        const std::string bundleID = kivo::Utf8Of(bundleIdentifier);
         return kivo::CreateArray(kivo::desktop::Current().RunningApplications(bundleID));
     });
 }
 
 void Workspace_ObserveActivations(WorkspaceActivationCallBack callback, void* info) {
-    WithoutExceptions(false, [&] {
-        kivo::ActivationObservers().Add(callback, info);
-        return true;
-    });
+    WithoutExceptions([&] { kivo::ActivationObservers().Add(callback, info); });
 }
 
 void Workspace_StopObservingActivations(void* info) {
-    WithoutExceptions(false, [&] {
-        kivo::ActivationObservers().Remove(info);
-        return true;
-    });
+    WithoutExceptions([&] { kivo::ActivationObservers().Remove(info); });
 }
 
 CGPoint Workspace_GetPointerLocation() {
@@ -199,10 +171,7 @@ bool Workspace_GetMainScreenFrame(CGRect* frame) {
 }
 
 void Workspace_SetKeyboardForwardingWanted(bool wanted) {
-    WithoutExceptions(false, [wanted] {
-        kivo::keyboard::SetForwardingWanted(wanted);
-        return true;
-    });
+    WithoutExceptions([wanted] { kivo::keyboard::SetForwardingWanted(wanted); });
 }
 
 void Workspace_RunMainLoop() {

@@ -1,15 +1,10 @@
 // The record of the frontmost application and the questions about it.
 
+#include "tests/support/Text.h"
 #include "tests/unit/driver/DriverTest.h"
 
 namespace kivo::test {
 namespace {
-
-std::string Text(NSString* string) {
-    char text[256] = {};
-    EXPECT_TRUE(CFStringGetCString(string, text, sizeof text, kCFStringEncodingUTF8));
-    return text;
-}
 
 const desktop::Application kEditor = {
     10, "org.editor", true, {{"CFBundleSignature", "EDIT"}, {"CFBundleShortVersionString", "1.2"}}};
@@ -38,7 +33,7 @@ class FrontApplicationTest : public DriverTest {
 
     static std::string ShortVersion() {
         NSString* version = nullptr;
-        return CFWorkspace_FrontApplicationShortVersion(&version) ? Text(version) : "none";
+        return CFWorkspace_FrontApplicationShortVersion(&version) ? Utf8Text(version) : "none";
     }
 };
 
@@ -50,7 +45,7 @@ TEST_F(FrontApplicationTest, QueryBeforeTheStartCreatesAnEmptyRecord) {
     NSString* untouched = CFSTR("untouched");
     EXPECT_FALSE(CFWorkspace_FrontApplicationBundleID(&untouched));
     EXPECT_FALSE(CFWorkspace_FrontApplicationShortVersion(&untouched));
-    EXPECT_EQ(Text(untouched), "untouched");
+    EXPECT_EQ(Utf8Text(untouched), "untouched");
     EXPECT_FALSE(TakeChange().changed);
 }
 
@@ -59,7 +54,7 @@ TEST_F(FrontApplicationTest, StartReportsOneChange) {
     const Change change = TakeChange();
     EXPECT_TRUE(change.changed);
     EXPECT_EQ(change.signature, 0x45444954U);
-    EXPECT_EQ(Text(change.bundleID), "org.editor");
+    EXPECT_EQ(Utf8Text(change.bundleID), "org.editor");
     EXPECT_FALSE(TakeChange().changed);
 }
 
@@ -69,7 +64,7 @@ TEST_F(FrontApplicationTest, SecondQueryLeavesItsOutputsUntouched) {
     const Change second = TakeChange();
     EXPECT_FALSE(second.changed);
     EXPECT_EQ(second.signature, 77U);
-    EXPECT_EQ(Text(second.bundleID), "untouched");
+    EXPECT_EQ(Utf8Text(second.bundleID), "untouched");
 }
 
 TEST_F(FrontApplicationTest, ActivationRaisesTheFlagAgainEvenForTheSameApplication) {
@@ -86,7 +81,7 @@ TEST_F(FrontApplicationTest, RecordFollowsTheActivation) {
     EXPECT_EQ(CFWorkspace_FrontApplicationSignature(), 0x3F3F3F3FU);
     NSString* bundleID = nullptr;
     ASSERT_TRUE(CFWorkspace_FrontApplicationBundleID(&bundleID));
-    EXPECT_EQ(Text(bundleID), "org.plain");
+    EXPECT_EQ(Utf8Text(bundleID), "org.plain");
 }
 
 TEST_F(FrontApplicationTest, CurrentPairTouchesNoFlag) {
@@ -95,7 +90,7 @@ TEST_F(FrontApplicationTest, CurrentPairTouchesNoFlag) {
     NSString* bundleID = nullptr;
     CFWorkspace_CurrentFrontApplicationSignatureAndID(&signature, &bundleID);
     EXPECT_EQ(signature, 0x45444954U);
-    EXPECT_EQ(Text(bundleID), "org.editor");
+    EXPECT_EQ(Utf8Text(bundleID), "org.editor");
     EXPECT_TRUE(TakeChange().changed);
 }
 
@@ -146,8 +141,8 @@ TEST_F(FrontApplicationTest, AccessorsStoreAndReturn) {
     observer.setSignature(5);
     observer.setFrontAppChanged(true);
     observer.setProcessID(6);
-    EXPECT_EQ(Text(observer.bundleID()), "id");
-    EXPECT_EQ(Text(observer.shortVersion()), "3");
+    EXPECT_EQ(Utf8Text(observer.bundleID()), "id");
+    EXPECT_EQ(Utf8Text(observer.shortVersion()), "3");
     EXPECT_EQ(observer.signature(), 5U);
     EXPECT_TRUE(observer.frontAppChanged());
     EXPECT_EQ(observer.processID(), 6);

@@ -1,6 +1,7 @@
 // The window list, the comparison of titles, the search and the measuring.
 
 #include "ZYNCommon/DesignedRetention.h"
+#include "tests/support/Text.h"
 #include "tests/unit/driver/DriverTest.h"
 
 namespace kivo::test {
@@ -34,10 +35,7 @@ class WindowsTest : public DriverTest {
         CFTypeRef value = nullptr;
         EXPECT_EQ(AXUIElementCopyAttributeValue(window, kAXTitleAttribute, &value),
                   kAXErrorSuccess);
-        const auto title = Adopt(static_cast<CFStringRef>(value));
-        char text[256];
-        EXPECT_TRUE(CFStringGetCString(title.Get(), text, sizeof text, kCFStringEncodingUTF8));
-        return text;
+        return Utf8Text(Adopt(static_cast<CFStringRef>(value)).Get());
     }
 };
 
