@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "ZYNCommon/DesignedRetention.h"
@@ -31,7 +32,7 @@ unsigned char* SIncommingLongArraySpec::Serialize() {
 void SIncommingLongArraySpec::Deserialize(const unsigned char* src) {
     src += DeserializeField(src, &count);
     src += DeserializeField(src, &value);
-    auto words = std::make_unique_for_overwrite<unsigned int[]>(count);
+    std::unique_ptr<unsigned int[]> words(new unsigned int[count]);
     std::memcpy(words.get(), src, sizeof(unsigned int) * std::size_t{count});
     kivo::RetainByDesign(kivo::DesignedRetention::kLongsArray, longs.release());
     longs = std::move(words);

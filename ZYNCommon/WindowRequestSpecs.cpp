@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "ZYNCommon/LittleEndian.h"
@@ -156,8 +157,7 @@ STargetWindowRequestSpec::STargetWindowRequestSpec() = default;
 
 STargetWindowRequestSpec::STargetWindowRequestSpec(ZYN_Driver_TargetWindowInfo* candidates,
                                                    unsigned int count)
-    : records(std::make_unique_for_overwrite<ZYN_Driver_TargetWindowInfo[]>(count)),
-      recordCount(count) {
+    : records(new ZYN_Driver_TargetWindowInfo[count]), recordCount(count) {
     std::copy_n(candidates, count, records.get());
     std::for_each_n(records.get(), count, CutToFields);
     reservedSize = CalcReservedSize();
@@ -182,7 +182,7 @@ void STargetWindowRequestSpec::Deserialize(const unsigned char* src) {
     src += DeserializeField(src, &count);
     // A record is 4.6 KiB of which a request fills a few dozen bytes, so the array is not cleared:
     // it is enough that an absent alternate part reads as the empty one.
-    auto received = std::make_unique_for_overwrite<ZYN_Driver_TargetWindowInfo[]>(count);
+    std::unique_ptr<ZYN_Driver_TargetWindowInfo[]> received(new ZYN_Driver_TargetWindowInfo[count]);
     for (unsigned int i = 0; i < count; ++i) {
         received[i].altTitle[0] = 0;
         received[i].altTitleLength = 0;

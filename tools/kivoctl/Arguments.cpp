@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Failure.h"
 
 namespace kivo::ctl {
@@ -12,7 +13,7 @@ namespace kivo::ctl {
 namespace {
 
 const OptionRule& FindRule(std::span<const OptionRule> rules, std::string_view name) {
-    const auto rule = std::ranges::find(rules, name, &OptionRule::name);
+    const auto rule = FindEntry(rules, name, &OptionRule::name);
     if (rule == rules.end()) {
         throw UsageFailure("there is no option --" + std::string(name) + " here");
     }
@@ -84,6 +85,11 @@ std::vector<Argument> ParseArguments(std::span<const OptionRule> rules,
         arguments.push_back(std::move(argument));
     }
     return arguments;
+}
+
+bool HasOption(std::span<const Argument> arguments, std::string_view option) {
+    return std::any_of(arguments.begin(), arguments.end(),
+                       [option](const Argument& argument) { return argument.option == option; });
 }
 
 std::vector<std::string> SplitLine(std::string_view line) {

@@ -25,6 +25,9 @@ struct Argument {
 std::vector<Argument> ParseArguments(std::span<const OptionRule> rules,
                                      std::span<const std::string> words);
 
+/// Whether an option was given; without a name, whether there is a plain word.
+bool HasOption(std::span<const Argument> arguments, std::string_view option);
+
 /// Splits a line as a shell would: blanks part words, quotes of both kinds keep them together, a
 /// backslash takes the next character as it is (not between single quotes), and a `#` at the start
 /// of a word begins a comment. Throws UsageFailure for a quote that is not closed.

@@ -1,13 +1,14 @@
 #include "tools/kivoctl/Ask.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "PublicUtility/CACFMessagePort.h"
 #include "ZYNCommon/MessageCodes.h"
 #include "platform/Advice.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Text.h"
 
 namespace kivo::ctl {
@@ -60,7 +61,7 @@ std::string Insert(const char* text, double seconds) {
 }
 
 Failure ExplainStatus(SInt32 status, const Question& question, double timeoutSeconds) {
-    const auto known = std::ranges::find(kSendFailures, status, &SendFailure::status);
+    const auto known = FindEntry(kSendFailures, status, &SendFailure::status);
     if (known == kSendFailures.end()) {
         return {ExitCode::kBroken, question.doing + ": sending failed with the unknown status " +
                                        std::to_string(status)};

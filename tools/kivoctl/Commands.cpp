@@ -7,6 +7,7 @@
 
 #include "tools/kivoctl/Arguments.h"
 #include "tools/kivoctl/Ask.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Help.h"
 #include "tools/kivoctl/Listen.h"
 #include "tools/kivoctl/Midi.h"
@@ -24,8 +25,7 @@ constexpr OptionRule kJson{"json", false};
 constexpr OptionRule kTimeout{"timeout", true};
 
 Form FormOf(std::span<const Argument> arguments) {
-    return std::ranges::count(arguments, "json", &Argument::option) > 0 ? Form::kJson
-                                                                        : Form::kWords;
+    return HasOption(arguments, "json") ? Form::kJson : Form::kWords;
 }
 
 ExitCode Print(const Answer& answer, Form form) {
@@ -52,7 +52,7 @@ ExitCode RunQuestion(std::string_view name, Words words) {
 
 ExitCode RunStatus(std::string_view, Words words) {
     const std::vector<Argument> arguments = ParseArguments({&kJson, 1}, words);
-    if (std::ranges::count(arguments, "", &Argument::option) > 0) {
+    if (HasOption(arguments, "")) {
         throw UsageFailure("status takes no words outside of a session");
     }
     return Print(TellStatus(), FormOf(arguments));
@@ -60,7 +60,7 @@ ExitCode RunStatus(std::string_view, Words words) {
 
 ExitCode RunMidi(std::string_view, Words words) {
     const std::vector<Argument> arguments = ParseArguments({&kJson, 1}, words);
-    if (std::ranges::count(arguments, "", &Argument::option) > 0) {
+    if (HasOption(arguments, "")) {
         throw UsageFailure("midi takes no words");
     }
     return Print(DescribeMidi(ListMidiDevices()), FormOf(arguments));
@@ -99,7 +99,7 @@ ExitCode Complain(const std::string& text, ExitCode status) {
 }
 
 bool AsksForHelp(Words words) {
-    const auto optionsEnd = std::ranges::find(words, "--");
+    const auto optionsEnd = std::find(words.begin(), words.end(), "--");
     return std::find(words.begin(), optionsEnd, "--help") != optionsEnd;
 }
 
@@ -126,7 +126,7 @@ ExitCode RunCommandLine(Words words) {
     }
     if (words[0] == "--help" || words[0] == "-h") return Say(kHelp);
     if (words[0] == "--version") return Say("kivoctl " KIVO_VERSION "\n");
-    const auto command = std::ranges::find(kCommands, words[0], &Command::name);
+    const auto command = FindEntry(kCommands, words[0], &Command::name);
     if (command == kCommands.end()) {
         return Complain("there is no command \"" + Printable(words[0]) + "\"; see `kivoctl --help`",
                         ExitCode::kUsage);

@@ -10,6 +10,7 @@
 
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/RawPayloads.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Text.h"
 
 namespace kivo::ctl {
@@ -42,7 +43,7 @@ std::optional<UInt32> ReadNative32(Bytes payload) {
 
 /// The text up to the terminating 0, which must be there, as UTF-8.
 std::optional<std::string> ReadText(Bytes payload) {
-    const auto end = std::ranges::find(payload, UInt8{0});
+    const auto end = std::find(payload.begin(), payload.end(), UInt8{0});
     if (end == payload.end()) return std::nullopt;
     return FromSystemEncoding({reinterpret_cast<const char*>(payload.data()),
                                static_cast<size_t>(end - payload.begin())});
@@ -160,7 +161,7 @@ Message ShowBytes(SInt32 code, const char* name, const char* complaint, Bytes pa
 }  // namespace
 
 Message DecodeNotification(SInt32 code, Bytes payload) {
-    const auto decoder = std::ranges::find(kDecoders, code, &Decoder::code);
+    const auto decoder = FindEntry(kDecoders, code, &Decoder::code);
     if (decoder == kDecoders.end()) return ShowBytes(code, "unknown", "unknown message ", payload);
     Message message = Named(code, decoder->name);
     if (decoder->decode(payload, &message)) return message;

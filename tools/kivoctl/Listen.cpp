@@ -245,7 +245,7 @@ void Listener::Execute(std::span<const std::string> words) {
                            "\"; there are pointer, window, target, tap, status and quit");
     }
     const std::vector<Argument> arguments = ParseArguments(kind->options, words.subspan(1));
-    if (std::ranges::any_of(arguments, ReadsStandardInput)) {
+    if (std::any_of(arguments.begin(), arguments.end(), ReadsStandardInput)) {
         throw UsageFailure("standard input holds the commands; put the targets in a file");
     }
     const Question question = kind->build(arguments);

@@ -2,10 +2,11 @@
 
 #include <CoreMIDI/CoreMIDI.h>
 
-#include <algorithm>
+#include <utility>
 
 #include "ZYNCommon/ControllerNames.h"
 #include "platform/Advice.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Text.h"
 
 namespace kivo::ctl {
@@ -73,7 +74,7 @@ MidiDevice ReadDevice(MIDIDeviceRef device) {
 
 /// The entity that the daemon would take in this device, or null.
 const MidiEntity* ControllersEntity(const MidiDevice& device) {
-    const auto found = std::ranges::find(device.entities, true, &MidiEntity::isControllers);
+    const auto found = FindEntry(device.entities, true, &MidiEntity::isControllers);
     return found != device.entities.end() ? &*found : nullptr;
 }
 

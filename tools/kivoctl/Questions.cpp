@@ -9,6 +9,7 @@
 #include "ZYNCommon/PayloadCheck.h"
 #include "ZYNCommon/RawPayloads.h"
 #include "ZYNCommon/ZYN_RemoteMessaging.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Targets.h"
 #include "tools/kivoctl/Text.h"
 
@@ -103,7 +104,7 @@ Question AskForWindow(std::span<const Argument> arguments) {
     // Titles travel as UTF-8 whatever the system encoding is; this only checks them.
     static_cast<void>(MakeString(words[0], "the title"));
     std::string title = words[0];
-    SWindowRequestSpec spec(title, std::ranges::count(arguments, "partial", &Argument::option) > 0);
+    SWindowRequestSpec spec(title, HasOption(arguments, "partial"));
     const unsigned char* const bytes = spec.Serialize();
     return {kMessageWindow, MakeData({bytes, spec.SerialBufferSize()}), "asking for the window", "",
             [shown = Printable(title)](Bytes reply) { return ReadWindow(reply, shown); }};
@@ -137,8 +138,8 @@ void AddTargets(const Argument& argument, std::vector<Target>* targets) {
         if (targets->empty()) throw UsageFailure("--alt belongs behind the --key it goes with");
         targets->back().altTitle = argument.value;
     } else if (argument.option == "file") {
-        std::ranges::move(ReadTargets(ReadAll(argument.value), argument.value),
-                          std::back_inserter(*targets));
+        std::vector<Target> read = ReadTargets(ReadAll(argument.value), argument.value);
+        std::move(read.begin(), read.end(), std::back_inserter(*targets));
     }
 }
 
@@ -170,8 +171,9 @@ Question AskForTarget(std::span<const Argument> arguments) {
     std::vector<std::string> keys;
     for (const Target& target : targets)
         keys.push_back(target.titleKey);
-    const bool hasAlternate = std::ranges::any_of(
-        targets, [](const Target& target) { return target.altTitle.has_value(); });
+    const bool hasAlternate = std::any_of(targets.begin(), targets.end(), [](const Target& target) {
+        return target.altTitle.has_value();
+    });
     return {kMessageTargetWindow, EncodeTargets(targets), "asking for the target window",
             hasAlternate ? "; this happens when a record's alternate window is not open" : "",
             [keys = std::move(keys)](Bytes reply) { return ReadTarget(reply, keys); }};
@@ -208,7 +210,7 @@ const std::vector<QuestionKind>& QuestionKinds() {
 }
 
 const QuestionKind* FindQuestionKind(std::string_view name) {
-    const auto kind = std::ranges::find(QuestionKinds(), name, &QuestionKind::name);
+    const auto kind = FindEntry(QuestionKinds(), name, &QuestionKind::name);
     return kind == QuestionKinds().end() ? nullptr : &*kind;
 }
 

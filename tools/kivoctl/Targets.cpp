@@ -7,6 +7,7 @@
 
 #include "ZYNCommon/PayloadCheck.h"
 #include "ZYNCommon/ZYN_RemoteMessaging.h"
+#include "tools/kivoctl/Entries.h"
 #include "tools/kivoctl/Failure.h"
 #include "tools/kivoctl/Text.h"
 
@@ -70,7 +71,7 @@ Target ReadTarget(const json& object, const std::string& where) {
     if (!object.contains("titleKey")) throw UsageFailure(where + " has no \"titleKey\"");
     Target target;
     for (const auto& [key, value] : object.items()) {
-        const auto field = std::ranges::find(kFields, key, &Field::key);
+        const auto field = FindEntry(kFields, key, &Field::key);
         const std::string name = where + ": \"" + Printable(key) + '"';
         if (field == kFields.end()) throw UsageFailure(name + " is not a field of a record");
         if (!field->read(value, &target)) throw UsageFailure(name + " must be " + field->wanted);
@@ -111,7 +112,7 @@ size_t FillText(const std::string& text, const std::string& what, Unit (&field)[
         throw UsageFailure(what + " has " + std::to_string(units.size()) +
                            " UTF-16 units; it can have " + std::to_string(kSize));
     }
-    std::ranges::copy(units, field);
+    std::copy(units.begin(), units.end(), field);
     return units.size();
 }
 
