@@ -14,6 +14,8 @@
 #include <stdexcept>
 #include <utility>
 
+extern char** environ;  // NOLINT(readability-redundant-declaration): not every system declares it
+
 namespace kivo::test {
 
 namespace {
@@ -22,7 +24,9 @@ using Clock = std::chrono::steady_clock;
 
 std::pair<int, int> MakePipe() {
     std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
+    for (const int end : ends)
+        fcntl(end, F_SETFD, FD_CLOEXEC);
     return {ends[0], ends[1]};
 }
 
