@@ -110,6 +110,12 @@ def lint(_pattern):
         yield command_outcome(f"lint: {check}", "tools/lint", check)
 
 
+def native(_pattern):
+    checks = subprocess.run(["tests/native/run", "--list"], check=True, capture_output=True, text=True)
+    for check in checks.stdout.split():
+        yield command_outcome(f"native: {check}", "tests/native/run", check)
+
+
 def install(_pattern):
     build("release")
     yield command_outcome("install: an installed prefix serves an author of a control center",
@@ -130,6 +136,7 @@ ALL = [
     Stage("tsan", "the platform layer's tests under the thread sanitizer", threads),
     Stage("fuzz", "the corpora, then a short run of each fuzz target", fuzz),
     Stage("lint", "formatting, static analysis, scripts", lint),
+    Stage("native", "what can be proven of the build for macOS without a Mac", native),
     Stage("install", "the installed form and a control center built against it", install),
     Stage("demo", "the demonstration in a session of its own", demo),
 ]
