@@ -60,48 +60,22 @@ class Question {
 /// sending them never waits for the server; the next batch is sent when they are answered.
 constexpr std::size_t kBatch = 512;
 
-/// Which reply a request brings.
-template <typename Cookie>
-struct ReplyTo;
-template <>
-struct ReplyTo<xcb_get_property_cookie_t> {
-    using Type = xcb_get_property_reply_t;
-};
-template <>
-struct ReplyTo<xcb_get_geometry_cookie_t> {
-    using Type = xcb_get_geometry_reply_t;
-};
-template <>
-struct ReplyTo<xcb_translate_coordinates_cookie_t> {
-    using Type = xcb_translate_coordinates_reply_t;
-};
-template <>
-struct ReplyTo<xcb_query_tree_cookie_t> {
-    using Type = xcb_query_tree_reply_t;
-};
-template <>
-struct ReplyTo<xcb_query_pointer_cookie_t> {
-    using Type = xcb_query_pointer_reply_t;
-};
-template <>
-struct ReplyTo<xcb_get_window_attributes_cookie_t> {
-    using Type = xcb_get_window_attributes_reply_t;
-};
-template <>
-struct ReplyTo<xcb_res_query_client_ids_cookie_t> {
-    using Type = xcb_res_query_client_ids_reply_t;
-};
-template <>
-struct ReplyTo<xcb_randr_get_monitors_cookie_t> {
-    using Type = xcb_randr_get_monitors_reply_t;
-};
+/// Which reply a request brings: the result type of these, which are never called.
+xcb_get_property_reply_t ReplyTo(xcb_get_property_cookie_t);
+xcb_get_geometry_reply_t ReplyTo(xcb_get_geometry_cookie_t);
+xcb_translate_coordinates_reply_t ReplyTo(xcb_translate_coordinates_cookie_t);
+xcb_query_tree_reply_t ReplyTo(xcb_query_tree_cookie_t);
+xcb_query_pointer_reply_t ReplyTo(xcb_query_pointer_cookie_t);
+xcb_get_window_attributes_reply_t ReplyTo(xcb_get_window_attributes_cookie_t);
+xcb_res_query_client_ids_reply_t ReplyTo(xcb_res_query_client_ids_cookie_t);
+xcb_randr_get_monitors_reply_t ReplyTo(xcb_randr_get_monitors_cookie_t);
 
 /// A request whose reply is still to come. One that nobody takes is thrown away when it comes.
 /// Must not outlive its question.
 template <typename Cookie>
 class [[nodiscard]] Pending {
   public:
-    using Contents = typename ReplyTo<Cookie>::Type;
+    using Contents = decltype(ReplyTo(std::declval<Cookie>()));
 
     Pending(Question& question, Cookie cookie) : mQuestion(&question), mCookie(cookie) {}
     Pending(Pending&& other) noexcept
