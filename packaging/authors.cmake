@@ -11,7 +11,7 @@ set(packageFolder "${CMAKE_INSTALL_LIBDIR}/cmake/Kivo")
 # What no author needs: the object base class and the seams between the rooms of the layer, the
 # helpers of the payload classes, and the controller's MIDI names.
 set(internalHeaders
-    "^(CFRuntime|CF.*Seams|ControllerNames|DesignedRetention|FieldRun|Truncation|UnitCodec)\.h$")
+    "^(CFRuntime|CF.*Seams|ControllerNames|DesignedRetention|Truncation)\.h$")
 
 # Installs the headers of a folder of the source tree whose names match, but no internal ones.
 function(kivo_install_headers folder names destination)
