@@ -60,6 +60,11 @@ std::unique_ptr<Clone> Clone::Make(const libevdev* original, int originalDescrip
     return clone;
 }
 
+std::string Clone::Node() const {
+    const char* const node = libevdev_uinput_get_devnode(mDevice.get());
+    return node == nullptr ? "" : node;
+}
+
 void Clone::Send(std::uint16_t type, std::uint16_t code, std::int32_t value) {
     std::array<input_event, 2> events{};
     events[0].type = type;

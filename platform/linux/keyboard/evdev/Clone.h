@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 
 #include "CoreFoundation/FileDescriptor.h"
 #include "keyboard/KeyCodes.h"
@@ -30,6 +31,8 @@ class Clone {
     static std::unique_ptr<Clone> Make(const libevdev* original, int originalDescriptor);
 
     int Descriptor() const { return mDescriptor.Get(); }
+    /// The path of its device node; empty when the kernel does not tell.
+    std::string Node() const;
     /// Whether the clone can be had at all: uinput is there and may be used.
     static bool IsPossible();
 

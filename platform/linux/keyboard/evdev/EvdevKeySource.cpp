@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "keyboard/x11/CloneInSession.h"
+
 namespace kivo::keyboard::evdev {
 namespace {
 
@@ -25,6 +27,8 @@ constexpr std::size_t kMostWatched = 2 * GuardPage::kSlots + 3;
 /// From the making of a clone until the session has opened it, as far as can be known from outside:
 /// udev has to look at it first. Measured 50 to 150 ms on an idle machine.
 constexpr std::chrono::milliseconds kSettling{500};
+/// For an X server that has not opened the clone by then.
+constexpr std::chrono::milliseconds kPatience{2000};
 /// Between two attempts to hold a keyboard that somebody else holds.
 constexpr std::chrono::milliseconds kRetry{1000};
 
@@ -206,10 +210,17 @@ void EvdevKeySource::GrabWhatIsReady() {
     if (!mIsHolding) return;
     for (auto& [id, device] : mDevices) {
         if (device.state == State::kSettling && device.isGuarded &&
-            Clock::now() >= device.settled) {
+            Clock::now() >= device.settled && IsAtHomeInX(device)) {
             Grab(id, device);
         }
     }
+}
+
+/// In a session of an X server the clone means what the keyboard means there before anybody types
+/// on it. False as long as it is worth waiting for the server to have it.
+bool EvdevKeySource::IsAtHomeInX(const Device& device) {
+    return x11::LikenClone(device.clone->Node(), device.path) ||
+           Clock::now() >= device.settled + kPatience;
 }
 
 void EvdevKeySource::Grab(DeviceID id, Device& device) {

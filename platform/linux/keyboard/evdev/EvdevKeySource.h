@@ -73,6 +73,7 @@ class EvdevKeySource final : public KeySource {
     bool GiveClone(Device& device, const Keyboard& keyboard);
     std::uint32_t FreeSlot() const;
     void GrabWhatIsReady();
+    static bool IsAtHomeInX(const Device& device);
     void Grab(DeviceID id, Device& device);
     void TryAgainLater(Device& device);
     void GiveBack(Device& device);

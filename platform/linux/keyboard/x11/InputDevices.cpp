@@ -34,13 +34,6 @@ bool AgreeOnVersions(xcb_connection_t* connection) {
            keyboardReply->supported != 0;
 }
 
-xcb_atom_t AtomOf(xcb_connection_t* connection, std::string_view name) {
-    const auto cookie =
-        xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(name.size()), name.data());
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
 bool HasProperty(xcb_connection_t* connection, DeviceNumber device, xcb_atom_t property) {
     if (property == XCB_ATOM_NONE) return false;
     const auto cookie =
@@ -141,6 +134,13 @@ KeySet KeysDownInSession(xcb_connection_t* connection) {
     const Reply<xcb_query_keymap_reply_t> reply(
         xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr));
     return reply ? KeysOf(reply->keys) : KeySet();
+}
+
+xcb_atom_t AtomOf(xcb_connection_t* connection, std::string_view name) {
+    const auto cookie =
+        xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(name.size()), name.data());
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 xcb_window_t RootWindow(xcb_connection_t* connection) {

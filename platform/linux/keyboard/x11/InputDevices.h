@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "keyboard/KeyCodes.h"
@@ -49,6 +50,9 @@ KeySet KeysDown(xcb_connection_t* connection, KeysQuestion question);
 
 /// The keys that are down in the session.
 KeySet KeysDownInSession(xcb_connection_t* connection);
+
+/// The number of a name that the server knows; XCB_ATOM_NONE when it does not know it.
+xcb_atom_t AtomOf(xcb_connection_t* connection, std::string_view name);
 
 xcb_window_t RootWindow(xcb_connection_t* connection);
 

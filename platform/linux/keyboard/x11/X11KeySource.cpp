@@ -13,6 +13,7 @@
 #include <vector>
 
 #include <Workspace.h>
+#include "keyboard/x11/RepeatRate.h"
 
 namespace kivo::keyboard::x11 {
 namespace {
@@ -123,7 +124,7 @@ void X11KeySource::LetGo() {
     mIsHolding = false;
     if (mIsLost || !mIsListening) return;
     SelectEvents(true);
-    CopyRepeatRate();
+    CopySessionsRepeatRate();
     UngrabAll();
     TakeWhatWasHeld();
     StopListening();
@@ -431,16 +432,9 @@ void X11KeySource::ReadCapsLock() {
 }
 
 /// Keyboards that are grabbed are not told of a new repeat rate either.
-void X11KeySource::CopyRepeatRate() {
-    const Reply<xcb_xkb_get_controls_reply_t> session(xcb_xkb_get_controls_reply(
-        mConnection, xcb_xkb_get_controls(mConnection, kSessionKeyboard), nullptr));
-    if (!session) return;
-    constexpr std::array<std::uint8_t, 32> kUnused{};
+void X11KeySource::CopySessionsRepeatRate() {
     for (const auto& [id, keyboard] : mKeyboards) {
-        xcb_xkb_set_controls(mConnection, keyboard.number, 0, 0, 0, 0, 0, 0, 0, 0, 1,
-                             session->groupsWrap, 0, 0, 0, XCB_XKB_BOOL_CTRL_REPEAT_KEYS,
-                             session->repeatDelay, session->repeatInterval, 0, 0, 0, 0, 0, 0, 0, 0,
-                             0, 0, 0, 0, kUnused.data());
+        CopyRepeatRate(mConnection, kSessionKeyboard, keyboard.number);
     }
 }
 

@@ -82,7 +82,7 @@ class X11KeySource final : public KeySource {
     void UseMapOf(DeviceID keyboard);
     void SpreadChangedMap();
     void ReadCapsLock();
-    void CopyRepeatRate();
+    void CopySessionsRepeatRate();
 
     // The guard
     void StartGuard();
