@@ -1,0 +1,10 @@
+#pragma once
+
+#include_next <ApplicationServices/ApplicationServices.h>
+
+extern "C" {
+
+Boolean AXIsProcessTrusted(void);
+bool CGPreflightListenEventAccess(void);
+
+}  // extern "C"
