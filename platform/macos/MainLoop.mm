@@ -16,11 +16,10 @@ namespace {
 std::atomic<bool> sStopWanted = false;
 std::atomic<int> sStopWriter = -1;  // where a stop is announced; -1 before the first run
 
-/// Has the run loop take a turn, and then another one: the byte in the pipe stays unread, so that a
+/// Ends a turn of the run loop, and the next one too: the byte in the pipe stays unread, so that a
 /// nested run does not keep the news from the one around it.
 void StopCame(CFFileDescriptorRef descriptor, CFOptionFlags, void*) {
     CFFileDescriptorEnableCallBacks(descriptor, kCFFileDescriptorReadCallBack);
-    CFRunLoopStop(CFRunLoopGetMain());
 }
 
 /// A pipe that the main run loop watches in the default mode. A stop is a byte in it.
