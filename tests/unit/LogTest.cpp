@@ -18,9 +18,11 @@
 #include "platform/CFRef.h"
 #include "platform/Workspace.h"
 #include "platform/linux/Workspace/LogLine.h"
+#include "tests/support/ErrorPipe.h"
 
 namespace {
 
+using kivo::test::ErrorPipe;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -28,40 +30,6 @@ using testing::StartsWith;
 std::string ProcessName() {
     return program_invocation_short_name;
 }
-
-/// Puts a pipe in the place of standard error.
-class ErrorPipe {
-  public:
-    ErrorPipe() {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC), 0);
-        mReadEnd = ends[0];
-        mSaved = dup(STDERR_FILENO);
-        dup2(ends[1], STDERR_FILENO);
-        close(ends[1]);
-    }
-    ~ErrorPipe() {
-        dup2(mSaved, STDERR_FILENO);
-        close(mSaved);
-        close(mReadEnd);
-    }
-    ErrorPipe(const ErrorPipe&) = delete;
-    ErrorPipe& operator=(const ErrorPipe&) = delete;
-
-    /// All that was written so far.
-    std::string Read() {
-        std::string text;
-        std::array<char, 4096> part;
-        ssize_t count;
-        while ((count = read(mReadEnd, part.data(), part.size())) > 0)
-            text.append(part.data(), static_cast<size_t>(count));
-        return text;
-    }
-
-  private:
-    int mReadEnd = -1;
-    int mSaved = -1;
-};
 
 /// A socket that stands for the system log's.
 class FakeSystemLog {
@@ -246,6 +214,35 @@ TEST_F(SyslogTest, NorDoesAPipeThatNobodyReads) {
     ErrorPipe pipe;
     syslog(0, "for somebody");
     EXPECT_THAT(pipe.Read(), StartsWith("(1 lines of the log were lost)\n"));
+}
+
+TEST_F(SyslogTest, LinesWaitForTheEndOfAllPauses) {
+    setenv("KIVO_LOG", "stderr", 1);
+    ErrorPipe pipe;
+    {
+        const kivo::LogPause outer;
+        syslog(0, "one");
+        {
+            const kivo::LogPause inner;
+            NSLog(CFSTR("two"));
+        }
+        syslog(0, "three");
+        EXPECT_EQ(pipe.Read(), "");
+    }
+    EXPECT_THAT(pipe.Read(), MatchesRegex(".*: one\n.*\\] two\n.*: three\n"));
+    syslog(0, "four");
+    EXPECT_THAT(pipe.Read(), HasSubstr(": four\n"));
+}
+
+TEST_F(SyslogTest, ALongPauseKeepsAHundredLines) {
+    setenv("KIVO_LOG", "stderr", 1);
+    ErrorPipe pipe;
+    const kivo::LogPause pause;
+    for (int i = 0; i < 150; ++i)
+        syslog(0, "line %d", i);
+    const std::string lines = pipe.Read();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 100);
+    EXPECT_THAT(lines, HasSubstr(": line 99\n"));
 }
 
 TEST_F(SyslogTest, LeavesTheErrorNumberAlone) {

@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 #include "LogLine.h"
 
@@ -48,6 +49,7 @@ void NSLog(CFStringRef format, ...) {
     va_end(arguments);
     const std::string process =
         "[" + std::to_string(getpid()) + ":" + std::to_string(gettid()) + "]";
-    kivo::WriteToStandardError(TimeStamp() + " " + program_invocation_short_name + process + " " +
-                               kivo::Printable(Utf8(text.Get())));
+    kivo::HandOver([](int, std::string line) { kivo::WriteToStandardError(std::move(line)); }, 0,
+                   TimeStamp() + " " + program_invocation_short_name + process + " " +
+                       kivo::Printable(Utf8(text.Get())));
 }

@@ -9,6 +9,9 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 namespace kivo {
 
@@ -56,6 +59,48 @@ bool MayNeedEscape(unsigned char byte) {
     return IsControl(byte) || byte == 0xC2;
 }
 
+/// Lines that wait for the end of a pause.
+class KeptLines {
+  public:
+    void Take(LineWriter write, int priority, std::string text) {
+        const std::lock_guard lock(mLock);
+        mLines.push_back({write, priority, std::move(text)});
+        if (mPauses == 0 || mLines.size() >= kMost) WriteAll();
+    }
+    void BeginPause() {
+        const std::lock_guard lock(mLock);
+        ++mPauses;
+    }
+    void EndPause() {
+        const std::lock_guard lock(mLock);
+        if (--mPauses == 0) WriteAll();
+    }
+
+  private:
+    static constexpr size_t kMost = 100;
+    struct Line {
+        LineWriter write;
+        int priority;
+        std::string text;
+    };
+
+    void WriteAll() {
+        for (Line& line : mLines)
+            line.write(line.priority, std::move(line.text));
+        mLines.clear();
+    }
+
+    std::mutex mLock;
+    int mPauses = 0;
+    std::vector<Line> mLines;
+};
+
+KeptLines& Kept() {
+    // Never destroyed: lines may come until the very end.
+    static auto& kept = *new KeptLines;
+    return kept;
+}
+
 }  // namespace
 
 std::string Printable(std::string text) {
@@ -72,6 +117,18 @@ std::string Printable(std::string text) {
         printable += IsControl(byte) ? Escaped(byte) : std::string(1, text[i]);
     }
     return printable;
+}
+
+void HandOver(LineWriter write, int priority, std::string text) {
+    Kept().Take(write, priority, std::move(text));
+}
+
+LogPause::LogPause() {
+    Kept().BeginPause();
+}
+
+LogPause::~LogPause() {
+    Kept().EndPause();
 }
 
 void WriteToStandardError(std::string text) {

@@ -14,6 +14,23 @@ std::string Printable(std::string text);
 /// room is lost, and the next line says so. Longer texts than 4,000 bytes are cut. From any thread.
 void WriteToStandardError(std::string text);
 
+/// Puts a line where it belongs. Never waits.
+using LineWriter = void (*)(int priority, std::string text);
+/// Has `write` called with a line, at once or, while there is a pause, at its end. Lines keep their
+/// order. From any thread.
+void HandOver(LineWriter write, int priority, std::string text);
+
+/// While one lives lines stay in memory, a hundred at the most: to hand one over wakes who reads
+/// the log, and something that is urgent would wait for that. When the last one goes all follow. A
+/// crash meanwhile loses them, so a pause is to be short.
+class LogPause {
+  public:
+    LogPause();
+    ~LogPause();
+    LogPause(const LogPause&) = delete;
+    LogPause& operator=(const LogPause&) = delete;
+};
+
 /// Lets a socket stand for the system log's, /dev/log, and has the place of lines chosen anew with
 /// the next. For tests.
 void UseSystemLogSocket(const std::string& path);

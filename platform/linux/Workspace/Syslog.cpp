@@ -102,13 +102,7 @@ bool SendToSystemLog(const std::string& message) {
                   reinterpret_cast<const sockaddr*>(&address), sizeof address) >= 0;
 }
 
-[[gnu::format(printf, 2, 0)]] void Log(int priority, const char* format, va_list arguments) {
-    const int savedError = errno;
-    std::array<char, 2048> formatted;
-    if (std::vsnprintf(formatted.data(), formatted.size(), format, arguments) < 0) return;
-    std::string text = kivo::Printable(formatted.data());
-    if ((priority & kSeverityMask) == 0) priority |= kNotice;
-
+void Write(int priority, std::string text) {
     const Place place = CurrentPlace();
     if (place == Place::kJournal) {
         text.insert(0, {'<', static_cast<char>('0' + (priority & kSeverityMask)), '>'});
@@ -116,6 +110,14 @@ bool SendToSystemLog(const std::string& message) {
     } else if (place != Place::kSystemLog || !SendToSystemLog(MessageHead(priority) + text)) {
         kivo::WriteToStandardError(program_invocation_short_name + (": " + text));
     }
+}
+
+[[gnu::format(printf, 2, 0)]] void Log(int priority, const char* format, va_list arguments) {
+    const int savedError = errno;
+    std::array<char, 2048> formatted;
+    if (std::vsnprintf(formatted.data(), formatted.size(), format, arguments) < 0) return;
+    if ((priority & kSeverityMask) == 0) priority |= kNotice;
+    kivo::HandOver(Write, priority, kivo::Printable(formatted.data()));
     errno = savedError;
 }
 

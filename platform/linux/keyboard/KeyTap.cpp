@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Workspace/LogLine.h"
+
 namespace kivo::keyboard {
 namespace {
 
@@ -31,7 +33,11 @@ void KeyTap::Retire() {
 void KeyTap::Work() {
     mSource->Read();
     HoldOrLetGo();
-    mGate.DecideNext();
+    {
+        // The key first, and then the log of how it was decided.
+        const LogPause pause;
+        mGate.DecideNext();
+    }
     HoldOrLetGo();
 }
 
