@@ -144,7 +144,11 @@ RemoteMessagePort::Link::Progress RemoteMessagePort::Link::Read() {
     mReader.Commit(static_cast<size_t>(count));
     auto state = mReader.Check();
     for (; state == FrameReader::State::kFrame; state = mReader.Check()) {
-        mPort.Get()->Deliver(mReader.Take());
+        Frame frame = mReader.Take();
+        // An owner that sends anything else is no owner of a port.
+        progress.isAtEnd = frame.header.kind != FrameKind::kReply;
+        if (progress.isAtEnd) return progress;
+        mPort.Get()->Deliver(std::move(frame));
         progress.hasReply = true;
     }
     progress.isAtEnd = state == FrameReader::State::kMalformed;
