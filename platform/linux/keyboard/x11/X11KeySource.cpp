@@ -67,6 +67,12 @@ bool IsBefore(std::uint32_t one, std::uint32_t other) {
     return static_cast<std::int32_t>(one - other) < 0;
 }
 
+void LogThatKeyboardsAreGivenBack() {
+    NSLog(
+        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
+              "or lost its guard or the X server; restart it to forward keys again"));
+}
+
 }  // namespace
 
 std::unique_ptr<X11KeySource> X11KeySource::Open() {
@@ -463,18 +469,26 @@ void X11KeySource::ReadGuard() {
                 if (mIsHolding) GrabAll();
                 break;
             case GuardLink::News::kFreed:
-            case GuardLink::News::kGone:
                 return Lose();
+            case GuardLink::News::kGone:
+                return mGuard.IsFreed() ? Lose() : LoseGuard();
         }
     }
+}
+
+/// Nobody could free the keyboards now. The tap lets go of them, in order, when it finds the gate
+/// disabled.
+void X11KeySource::LoseGuard() {
+    mIsGuardReady = false;
+    if (!mIsHolding) return;
+    LogThatKeyboardsAreGivenBack();
+    mGate->Disable(DisabledBy::kTimeout);
 }
 
 /// The keyboards are the session's again, and stay so.
 void X11KeySource::Lose() {
     if (mIsLost) return;
-    NSLog(
-        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
-              "or lost its guard or the X server; restart it to forward keys again"));
+    LogThatKeyboardsAreGivenBack();
     mIsLost = true;
     // Should the server still have grabs of this connection, they end with them.
     UngrabAll();

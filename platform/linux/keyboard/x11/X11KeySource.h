@@ -87,6 +87,7 @@ class X11KeySource final : public KeySource {
     // The guard
     void StartGuard();
     void ReadGuard();
+    void LoseGuard();
     void Lose();
 
     xcb_connection_t* const mConnection;
