@@ -57,8 +57,8 @@ def next_of(told, seconds):
 class CenterProcess:
     """A control center that can be stopped and killed; see center.py."""
 
-    def __init__(self, session):
-        self.process = session.start(sys.executable, CENTER, session.ports(),
+    def __init__(self, session, answers="none"):
+        self.process = session.start(sys.executable, CENTER, session.ports(), answers,
                                      stdout=subprocess.PIPE, text=True)
         self._told = queue.Queue()
         if self.process.stdout.readline() != "ready\n":

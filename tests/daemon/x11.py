@@ -55,7 +55,7 @@ class XClient:
         self._sequence = (self._sequence + 1) % 2**16
 
     def _ask(self, opcode, detail=0, body=b""):
-        """Sends a request and returns its reply, passing over events and earlier errors."""
+        """Sends a request and returns its reply, after the events that came before it."""
         self._send(opcode, detail, body)
         while True:
             packet = self._read(32)
@@ -64,9 +64,13 @@ class XClient:
                 packet += self._read(4 * struct.unpack_from("<I", packet, 4)[0])
             if kind <= 1 and sequence == self._sequence:
                 break
+            self.take_event(packet)
         if kind == 0:
             raise XError(f"request {opcode} failed with {packet[1]}")
         return packet
+
+    def take_event(self, packet):
+        """Is given the events, and the errors of earlier requests."""
 
     def _read(self, size):
         some = b""

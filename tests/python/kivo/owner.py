@@ -141,10 +141,14 @@ class Owner:
         for kind, conversation, msgid, payload in connection.reader.feed(some):
             reply = self._answer(msgid, payload)
             if kind == frames.WANTS_REPLY:
-                frame = frames.pack(frames.REPLY, conversation, msgid, reply or b"")
+                frame = self.pack_reply(conversation, msgid, reply or b"")
                 connection.unsent.append(memoryview(frame))
         self._flush(connection)
         return bool(some)
+
+    def pack_reply(self, conversation, msgid, reply):
+        """The bytes that answer a message."""
+        return frames.pack(frames.REPLY, conversation, msgid, reply)
 
     def _flush(self, connection):
         """Sends replies; while some are left nothing more is read from this client."""
