@@ -14,7 +14,17 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
-option(KIVO_WERROR "Treat compiler warnings as errors" ON)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "AppleClang" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 15)
+    message(FATAL_ERROR "The sources need Xcode 15 or newer, or its command line tools; this is "
+                        "the compiler of version ${CMAKE_CXX_COMPILER_VERSION}.")
+endif()
+
+# Not on macOS, whose compilers come and go with Xcode: a new warning is no reason not to build.
+set(werror ON)
+if(APPLE)
+    set(werror OFF)
+endif()
+option(KIVO_WERROR "Treat compiler warnings as errors" ${werror})
 set(KIVO_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
 
 # Ours alone: nothing of it reaches who links an installed library.
