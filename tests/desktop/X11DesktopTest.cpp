@@ -7,16 +7,6 @@ namespace kivo::test {
 
 namespace fs = std::filesystem;
 
-X11DesktopTest::X11DesktopTest() {
-    std::string pattern = (fs::temp_directory_path() / "kivo-x11-XXXXXX").string();
-    mDataHome = mkdtemp(pattern.data());
-}
-
-X11DesktopTest::~X11DesktopTest() {
-    std::error_code ignored;
-    fs::remove_all(mDataHome, ignored);
-}
-
 void X11DesktopTest::StartSession(const std::string& manager,
                                   const std::vector<std::string>& options) {
     for (const std::string& program : {std::string("Xvfb"), manager}) {
@@ -28,7 +18,7 @@ void X11DesktopTest::StartSession(const std::string& manager,
     if (!manager.empty()) mManager.emplace(manager);
     mClient.emplace();
     // The desktop looks for its folders once; managers and toolkits need the machine's own.
-    setenv("XDG_DATA_HOME", mDataHome.c_str(), 1);
+    setenv("XDG_DATA_HOME", mDataHome.Path().c_str(), 1);
     setenv("XDG_DATA_DIRS", "/nowhere", 1);
     mDesktop = X11Desktop::Open();
     unsetenv("XDG_DATA_HOME");

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "platform/linux/desktop/x11/X11Desktop.h"
 #include "tests/desktop/XSession.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kivo::test {
 
@@ -26,9 +26,6 @@ using desktop::x11::X11Desktop;
 /// the desktop under test. Its desktop files are read from a folder of the test's own.
 class X11DesktopTest : public testing::Test {
   protected:
-    X11DesktopTest();
-    ~X11DesktopTest() override;
-
     /// Starts the server, and the manager unless it is empty, and connects. The test is
     /// skipped when one of them is not installed.
     void StartSession(const std::string& manager, const std::vector<std::string>& options = {});
@@ -47,7 +44,7 @@ class X11DesktopTest : public testing::Test {
 
     void WriteDesktopFile(const std::string& id, const std::string& keys);
 
-    std::filesystem::path mDataHome;
+    TemporaryFolder mDataHome;
     std::optional<XServer> mServer;
     std::optional<RunningWindowManager> mManager;
     std::optional<XClient> mClient;

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/TemporaryFolder.h"
+
 namespace kivo::desktop {
 namespace {
 
@@ -15,15 +17,6 @@ namespace fs = std::filesystem;
 
 class DesktopFilesTest : public testing::Test {
   protected:
-    DesktopFilesTest() {
-        std::string pattern = (fs::temp_directory_path() / "kivo-desktop-files-XXXXXX").string();
-        mRoot = mkdtemp(pattern.data());
-    }
-    ~DesktopFilesTest() override {
-        std::error_code ignored;
-        fs::remove_all(mRoot, ignored);
-    }
-
     fs::path Folder(const std::string& name) const { return mRoot / name; }
 
     static void Write(const fs::path& path, const std::string& contents) {
@@ -34,7 +27,7 @@ class DesktopFilesTest : public testing::Test {
         return "[Desktop Entry]\nType=Application\nName=Some\n" + keys + "\n";
     }
 
-    fs::path mRoot;
+    test::TemporaryFolder mRoot;
 };
 
 TEST_F(DesktopFilesTest, IDsAreNamesBelowTheFolderJoinedByHyphens) {

@@ -8,6 +8,7 @@
 #include "ZYNCommon/CLanguageSupport.h"
 #include "ZYNCommon/ZYN_Constant_CFStrings.h"
 #include "platform/CFRef.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Text.h"
 
 namespace {
@@ -18,13 +19,10 @@ namespace fs = std::filesystem;
 class LanguageSupport : public testing::Test {
   protected:
     void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "kivo-language-XXXXXX").string();
-        mSupport = mkdtemp(pattern.data());
-        setenv("XDG_DATA_HOME", mSupport.c_str(), 1);
-        setenv("XDG_DATA_DIRS", mSupport.c_str(), 1);
+        setenv("XDG_DATA_HOME", mSupport.Path().c_str(), 1);
+        setenv("XDG_DATA_DIRS", mSupport.Path().c_str(), 1);
         fs::create_directory(mSupport / "Zynwerks");
     }
-    void TearDown() override { fs::remove_all(mSupport); }
 
     void WriteFile(const std::string& name, const std::string& content) {
         std::ofstream(mSupport / "Zynwerks" / name) << content;
@@ -40,7 +38,7 @@ class LanguageSupport : public testing::Test {
         return owned ? kivo::test::Utf8Text(owned.Get()) : "(null)";
     }
 
-    fs::path mSupport;
+    kivo::test::TemporaryFolder mSupport;
 };
 
 TEST_F(LanguageSupport, KeyOfTheBundleIsZYNLanguage) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tests/unit/driver/DriverTest.h"
 
 namespace kivo::test {
@@ -31,13 +32,9 @@ struct Answer {
 class TargetWindowsTest : public DriverTest {
   protected:
     TargetWindowsTest() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kivo-data-XXXXXX").string();
-        mFolder = mkdtemp(pattern.data());
-        setenv("XDG_DATA_HOME", mFolder.c_str(), 1);
-        setenv("XDG_DATA_DIRS", mFolder.c_str(), 1);
+        setenv("XDG_DATA_HOME", mFolder.Path().c_str(), 1);
+        setenv("XDG_DATA_DIRS", mFolder.Path().c_str(), 1);
     }
-    ~TargetWindowsTest() override { std::filesystem::remove_all(mFolder); }
     void SetUp() override { StartDriver(); }
 
     /// Supplies the language file of the language that the driver then runs in.
@@ -71,7 +68,7 @@ class TargetWindowsTest : public DriverTest {
     }
 
   private:
-    std::filesystem::path mFolder;
+    TemporaryFolder mFolder;
 };
 
 TEST_F(TargetWindowsTest, EmptyListFindsNothing) {
