@@ -7,11 +7,12 @@
 
 #include "ZYNCommon/PayloadCheck.h"
 #include "ZYNCommon/ZYN_RemoteMessaging.h"
-#include "bench/Comparison.h"
+#include "bench/Program.h"
 
 /// Target-window requests of 1,000 records with titles of 20 units: writing and reading them, over
 /// copying as many bytes.
 
+namespace kivo::bench {
 namespace {
 
 using Record = ZYN_Driver_TargetWindowInfo;
@@ -54,16 +55,14 @@ class Copy {
     std::vector<unsigned char> mTo;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
+std::vector<Comparison> Measure() {
     std::vector<Record> records = MakeRecords();
     STargetWindowRequestSpec sender(records.data(), kRecords);
     const unsigned char* const bytes = sender.Serialize();
     const std::size_t written = WrittenSize(sender);
 
-    std::vector<kivo::bench::Comparison> comparisons;
-    comparisons.push_back(kivo::bench::Compare(
+    std::vector<Comparison> comparisons;
+    comparisons.push_back(Compare(
         "encode_1000_vs_memcpy", 4, kRounds,
         [&sender] {
             benchmark::DoNotOptimize(sender.Serialize());
@@ -71,17 +70,22 @@ int main(int argc, char** argv) {
         },
         Copy(written)));
     // As the daemon does it: the check, then a spec of its own for each request.
-    comparisons.push_back(kivo::bench::Compare(
+    comparisons.push_back(Compare(
         "decode_1000_vs_memcpy", 4, kRounds,
         [bytes, written] {
-            if (!kivo::PayloadIsComplete<STargetWindowRequestSpec>(bytes, written)) std::abort();
+            if (!PayloadIsComplete<STargetWindowRequestSpec>(bytes, written)) std::abort();
             STargetWindowRequestSpec receiver;
             receiver.Deserialize(bytes);
             benchmark::DoNotOptimize(receiver.records.get());
             benchmark::ClobberMemory();
         },
         Copy(kRecords * sizeof(Record))));
+    return comparisons;
+}
 
-    const bool asJSON = argc > 1 && std::strcmp(argv[1], "--json") == 0;
-    (asJSON ? kivo::bench::PrintAsJSON : kivo::bench::PrintAsText)(comparisons);
+}  // namespace
+}  // namespace kivo::bench
+
+int main(int argc, char** argv) {
+    return kivo::bench::RunProgram(argc, argv, kivo::bench::Measure);
 }

@@ -1,7 +1,6 @@
 #include "bench/ports/BusPeer.h"
 
 #include <systemd/sd-bus.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -36,7 +35,7 @@ int Answer(sd_bus_message* message, void*, sd_bus_error*) {
 
 }  // namespace
 
-void ServeOnBus(const std::string& address, int readyDescriptor) {
+void ServeOnBus(const std::string& address, const std::function<void()>& reportReady) {
     static const sd_bus_vtable kMethods[] = {
         SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Ask", "ay", "y", Answer, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
@@ -44,7 +43,7 @@ void ServeOnBus(const std::string& address, int readyDescriptor) {
     Check(sd_bus_add_object_vtable(bus, nullptr, kPath, kService, kMethods, nullptr),
           "offering the method");
     Check(sd_bus_request_name(bus, kService, 0), "taking the bus name");
-    Check(static_cast<int>(write(readyDescriptor, "r", 1)), "reporting");
+    reportReady();
     for (;;) {
         const int done = sd_bus_process(bus, nullptr);
         Check(done, "serving");

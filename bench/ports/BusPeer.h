@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -9,8 +10,9 @@ struct sd_bus;
 
 namespace kivo::bench {
 
-/// Serves the method until it is killed: takes an array of bytes, answers with one byte.
-[[noreturn]] void ServeOnBus(const std::string& address, int readyDescriptor);
+/// Serves the method until it is killed: takes an array of bytes, answers with one byte. Calls
+/// `reportReady` when it can be called.
+[[noreturn]] void ServeOnBus(const std::string& address, const std::function<void()>& reportReady);
 
 /// A client of that method over a bus.
 class BusClient {

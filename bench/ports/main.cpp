@@ -1,24 +1,25 @@
+// Requests through a message port, both ends on their run loops and in two processes: over a bare
+// exchange of the same bytes on a socket of the same type, and over a method call through a bus.
+
 #include <CFRef.h>
 #include <CoreFoundation/CoreFoundation.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "bench/Comparison.h"
+#include "bench/Program.h"
 #include "bench/ports/BusPeer.h"
+#include "tests/desktop/Process.h"
 
-/// Requests through a message port, both ends on their run loops and in two processes: over a bare
-/// exchange of the same bytes on a socket of the same type, and over a method call through a bus.
-
+namespace kivo::bench {
 namespace {
 
 constexpr size_t kRequestBytes = 24;
@@ -34,35 +35,25 @@ constexpr int kSendBufferBytes = 256 * 1024;
     std::exit(1);
 }
 
-/// A process of the benchmark, ended with it.
-class Peer {
-  public:
-    /// Runs `body` in a new process and waits until it has written a byte to the descriptor it is
-    /// given.
-    explicit Peer(const std::function<void(int ready)>& body) {
-        int ready[2];
-        if (pipe(ready) != 0) Fail("pipe");
-        mPid = fork();
-        if (mPid == 0) {
-            close(ready[0]);
-            body(ready[1]);
-            _exit(0);
-        }
-        close(ready[1]);
-        char byte = 0;
-        if (read(ready[0], &byte, 1) != 1) Fail("a process of the benchmark did not start");
-        close(ready[0]);
+void AwaitReady(test::Pipe& ready) {
+    ready.CloseWriteEnd();
+    if (ready.ReadLine().empty()) {
+        throw std::runtime_error("a process of the benchmark does not start");
     }
-    ~Peer() {
-        kill(mPid, SIGKILL);
-        waitpid(mPid, nullptr, 0);
-    }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
+}
 
-  private:
-    pid_t mPid;
-};
+/// Runs `body` in a process of its own, and returns when that has written a line to the descriptor
+/// that it is given.
+test::Process StartPeer(const std::function<void(int ready)>& body) {
+    test::Pipe ready;
+    test::Process peer([&] { body(ready.WriteEnd()); });
+    AwaitReady(ready);
+    return peer;
+}
+
+void ReportReady(int descriptor) {
+    if (write(descriptor, "ready\n", 6) != 6) Fail("write");
+}
 
 void ReadAll(int socket, std::vector<uint8_t>& buffer) {
     for (size_t got = 0; got < buffer.size();) {
@@ -87,7 +78,7 @@ class BareExchange {
     BareExchange(const std::string& path, size_t size)
         : mRequest(size, 1),
           mAnswer(1),
-          mPeer([&](int ready) { Serve(path, size, ready); }),
+          mPeer(StartPeer([&](int ready) { Serve(path, size, ready); })),
           mSocket(Open(path, false)) {
         setsockopt(mSocket, SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes, sizeof kSendBufferBytes);
     }
@@ -117,7 +108,7 @@ class BareExchange {
 
     static void Serve(const std::string& path, size_t size, int ready) {
         const int listener = Open(path, true);
-        if (write(ready, "r", 1) != 1) Fail("write");
+        ReportReady(ready);
         const int client = accept(listener, nullptr, nullptr);
         std::vector<uint8_t> request(size);
         const std::vector<uint8_t> answer(1);
@@ -129,14 +120,14 @@ class BareExchange {
 
     std::vector<uint8_t> mRequest;
     std::vector<uint8_t> mAnswer;
-    Peer mPeer;
+    test::Process mPeer;
     int mSocket;
 };
 
 /// The port of another process that answers each request with a byte.
 class PortOwner {
   public:
-    PortOwner() : mPeer(Serve) {}
+    PortOwner() : mPeer(StartPeer(Serve)) {}
 
   private:
     static CFDataRef Answer(CFMessagePortRef, SInt32, CFDataRef data, void*) {
@@ -148,20 +139,20 @@ class PortOwner {
         CFRunLoopAddSource(CFRunLoopGetCurrent(),
                            CFMessagePortCreateRunLoopSource(nullptr, port, 0),
                            kCFRunLoopCommonModes);
-        if (write(ready, "r", 1) != 1) Fail("write");
+        ReportReady(ready);
         CFRunLoopRun();
     }
 
-    Peer mPeer;
+    test::Process mPeer;
 };
 
 /// A request of a size to that port.
 class PortRequest {
   public:
     explicit PortRequest(size_t size)
-        : mPort(kivo::Adopt(CFMessagePortCreateRemote(nullptr, CFSTR("bench")))) {
+        : mPort(Adopt(CFMessagePortCreateRemote(nullptr, CFSTR("bench")))) {
         const std::vector<uint8_t> bytes(size, 1);
-        mRequest = kivo::Adopt(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(size)));
+        mRequest = Adopt(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(size)));
     }
 
     void operator()() {
@@ -173,75 +164,47 @@ class PortRequest {
     }
 
   private:
-    kivo::CFRef<CFMessagePortRef> mPort;
-    kivo::CFRef<CFDataRef> mRequest;
+    CFRef<CFMessagePortRef> mPort;
+    CFRef<CFDataRef> mRequest;
 };
 
 /// A bus of the benchmark's own.
-class PrivateBus {
-  public:
-    explicit PrivateBus(const std::string& address)
-        : mPeer([&](int ready) { Exec(address, ready); }) {}
+test::Process StartBus(const std::string& address) {
+    test::Pipe ready;
+    test::Process bus(
+        {"dbus-daemon", "--session", "--nofork", "--nosyslog", "--nopidfile",
+         "--address=" + address, "--print-address=" + std::to_string(ready.WriteEnd())},
+        ready.WriteEnd());
+    AwaitReady(ready);
+    return bus;
+}
 
-  private:
-    static void Exec(const std::string& address, int ready) {
-        // It warns of limits that it may not raise, at each start.
-        if (std::freopen("/dev/null", "w", stderr) == nullptr) Fail("/dev/null");
-        const std::string listen = "--address=" + address;
-        const std::string report = "--print-address=" + std::to_string(ready);
-        execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nosyslog", "--nopidfile",
-               listen.c_str(), report.c_str(), nullptr);
-        Fail("dbus-daemon");
-    }
-
-    Peer mPeer;
-};
-
-/// A folder for the sockets, gone at the end.
-class Folder {
-  public:
-    Folder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kivo-bench-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-        setenv("XDG_RUNTIME_DIR", path.c_str(), 1);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::filesystem::path path;
-};
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    const Folder folder;
-    const std::string busAddress = "unix:path=" + (folder.path / "bus").string();
+std::vector<Comparison> Measure() {
+    const std::filesystem::path folder = std::getenv("XDG_RUNTIME_DIR");
+    const std::string busAddress = "unix:path=" + (folder / "bus").string();
     // All processes first: this one has not used Core Foundation yet, and may fork.
     const PortOwner owner;
-    BareExchange bareShort(folder.path / "short", kRequestBytes);
-    BareExchange bareLong(folder.path / "long", kLongBytes);
-    const PrivateBus bus(busAddress);
-    const Peer busOwner([&](int ready) { kivo::bench::ServeOnBus(busAddress, ready); });
-    kivo::bench::BusClient busClient(busAddress);
+    BareExchange bareShort(folder / "short", kRequestBytes);
+    BareExchange bareLong(folder / "long", kLongBytes);
+    const test::Process bus = StartBus(busAddress);
+    const test::Process busOwner =
+        StartPeer([&](int ready) { ServeOnBus(busAddress, [ready] { ReportReady(ready); }); });
+    BusClient busClient(busAddress);
     const std::vector<uint8_t> request(kRequestBytes, 1);
 
-    std::vector<kivo::bench::Comparison> comparisons;
-    comparisons.push_back(kivo::bench::Compare("port_round_trip_vs_socket", 1.6, kShortRounds,
-                                               PortRequest(kRequestBytes), bareShort));
-    comparisons.push_back(kivo::bench::Compare("port_round_trip_vs_dbus", 0.5, kBusRounds,
-                                               PortRequest(kRequestBytes),
-                                               [&] { busClient.Call(request); }));
-    comparisons.push_back(kivo::bench::Compare("port_8mib_vs_socket", 1.3, kLongRounds,
-                                               PortRequest(kLongBytes), bareLong));
-    if (argc > 1 && std::string(argv[1]) == "--json") {
-        kivo::bench::PrintAsJSON(comparisons);
-    } else {
-        kivo::bench::PrintAsText(comparisons);
-    }
-    return 0;
+    std::vector<Comparison> comparisons;
+    comparisons.push_back(Compare("port_round_trip_vs_socket", 1.6, kShortRounds,
+                                  PortRequest(kRequestBytes), bareShort));
+    comparisons.push_back(Compare("port_round_trip_vs_dbus", 0.5, kBusRounds,
+                                  PortRequest(kRequestBytes), [&] { busClient.Call(request); }));
+    comparisons.push_back(
+        Compare("port_8mib_vs_socket", 1.3, kLongRounds, PortRequest(kLongBytes), bareLong));
+    return comparisons;
+}
+
+}  // namespace
+}  // namespace kivo::bench
+
+int main(int argc, char** argv) {
+    return kivo::bench::RunProgram(argc, argv, kivo::bench::Measure);
 }

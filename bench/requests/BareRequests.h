@@ -1,8 +1,6 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
-#include <vector>
+#include "bench/BareX.h"
 
 namespace kivo::bench {
 
@@ -11,9 +9,6 @@ namespace kivo::bench {
 class BareRequests {
   public:
     BareRequests();
-    ~BareRequests();
-    BareRequests(const BareRequests&) = delete;
-    BareRequests& operator=(const BareRequests&) = delete;
 
     /// Finds the frontmost window, makes it the active one and measures it.
     void FindWindow();
@@ -21,16 +16,11 @@ class BareRequests {
     void Activate(xcb_window_t window);
 
   private:
-    xcb_atom_t Intern(const char* name);
-    xcb_get_property_cookie_t Ask(xcb_window_t window, xcb_atom_t property);
-    std::vector<xcb_window_t> Take(xcb_get_property_cookie_t cookie);
-
-    xcb_connection_t* mConnection;
-    xcb_window_t mRoot;
-    xcb_atom_t mList;
-    xcb_atom_t mTitle;
-    xcb_atom_t mActive;
-    xcb_atom_t mFrame;
+    BareX mServer;
+    const xcb_atom_t mList = mServer.Atom("_NET_CLIENT_LIST_STACKING");
+    const xcb_atom_t mTitle = mServer.Atom("_NET_WM_NAME");
+    const xcb_atom_t mActive = mServer.Atom("_NET_ACTIVE_WINDOW");
+    const xcb_atom_t mFrame = mServer.Atom("_NET_FRAME_EXTENTS");
 };
 
 }  // namespace kivo::bench

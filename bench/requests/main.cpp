@@ -2,15 +2,12 @@
 
 #include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
-#include <string_view>
 
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/ZYN_RemoteMessaging.h"
-#include "bench/Comparison.h"
+#include "bench/Program.h"
 #include "bench/requests/BareRequests.h"
 #include "bench/requests/Daemon.h"
 #include "tests/desktop/XSession.h"
@@ -43,7 +40,7 @@ std::vector<unsigned char> ListRequest() {
 /// the others, so it is the first of the list whichever is active.
 class Scene {
   public:
-    explicit Scene(int windowCount) : mApplication(Windows(windowCount)) {
+    explicit Scene(std::size_t windowCount) : mApplication(ManyWindows(windowCount)) {
         mClient.Send(Front(), "_NET_WM_STATE",
                      {1, mClient.Atom("_NET_WM_STATE_ABOVE"), 0, kFromPager});
         const auto isReady = [&] {
@@ -59,22 +56,13 @@ class Scene {
   private:
     static constexpr std::uint32_t kFromPager = 2;
 
-    static std::vector<test::TestWindow> Windows(int count) {
-        std::vector<test::TestWindow> windows;
-        for (int i = 0; i < count; ++i) {
-            windows.push_back(
-                {.title = "Benchmark window " + std::to_string(i), .className = "kivo-bench"});
-        }
-        return windows;
-    }
-
     test::TestApplication mApplication;
     test::XClient mClient;
 };
 
 /// In each round another window is active before, so that the activation has to be awaited. The
 /// daemon hears of that one too: an answer of its own says that it has done with it.
-Comparison WindowByTitle(const std::string& program, int windowCount) {
+Comparison WindowByTitle(const std::string& program, std::size_t windowCount) {
     const Scene scene(windowCount);
     BareRequests bare;
     bare.Activate(scene.Other());
@@ -113,42 +101,23 @@ Comparison WindowList(const std::string& program, const std::string& key, double
         [&] { RunToEnd(tool); });
 }
 
-/// A run-time folder of its own, so that no daemon of the session is met.
-std::filesystem::path UsePrivateFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kivo-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    setenv("XDG_RUNTIME_DIR", pattern.c_str(), 1);
-    return pattern;
-}
-
-void Measure(bool asJSON) {
+std::vector<Comparison> Measure() {
     const std::string program =
         (std::filesystem::canonical("/proc/self/exe").parent_path() / "kivo-driver").string();
-    const auto folder = UsePrivateFolder();
+    const test::XServer server;
+    const test::RunningWindowManager manager("openbox");
     std::vector<Comparison> comparisons;
-    {
-        const test::XServer server;
-        const test::RunningWindowManager manager("openbox");
-        comparisons.push_back(WindowByTitle(program, 20));
-        comparisons.push_back(WindowByTitle(program, 200));
-        comparisons.push_back(
-            WindowList(program, "list_vs_wmctrl_200", 0.1, 20, {"wmctrl", "-lGp"}));
-        comparisons.push_back(WindowList(program, "list_vs_xdotool_200", 0.02, 5,
-                                         {"xdotool", "search", "--onlyvisible", "--name", "."}));
-    }
-    std::filesystem::remove_all(folder);
-    asJSON ? PrintAsJSON(comparisons) : PrintAsText(comparisons);
+    comparisons.push_back(WindowByTitle(program, 20));
+    comparisons.push_back(WindowByTitle(program, 200));
+    comparisons.push_back(WindowList(program, "list_vs_wmctrl_200", 0.1, 20, {"wmctrl", "-lGp"}));
+    comparisons.push_back(WindowList(program, "list_vs_xdotool_200", 0.02, 5,
+                                     {"xdotool", "search", "--onlyvisible", "--name", "."}));
+    return comparisons;
 }
 
 }  // namespace
 }  // namespace kivo::bench
 
 int main(int argc, char** argv) {
-    try {
-        kivo::bench::Measure(argc > 1 && std::string_view(argv[1]) == "--json");
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << "bench-requests: " << error.what() << '\n';
-        return 1;
-    }
+    return kivo::bench::RunProgram(argc, argv, kivo::bench::Measure);
 }
