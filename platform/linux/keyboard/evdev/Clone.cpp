@@ -12,8 +12,6 @@
 namespace kivo::keyboard::evdev {
 namespace {
 
-constexpr char kUinput[] = "/dev/uinput";
-
 struct FreeDevice {
     void operator()(libevdev* device) const { libevdev_free(device); }
 };

@@ -15,6 +15,9 @@ namespace kivo::keyboard::evdev {
 /// What the kernel says of where our clones are plugged in, so that nobody here clones a clone.
 inline constexpr char kClonePhys[] = "kivo/clone";
 
+/// The kernel's door for programs that make devices.
+inline constexpr char kUinput[] = "/dev/uinput";
+
 /// A change of one of a keyboard's lights.
 struct Light {
     std::uint16_t number = 0;  ///< LED_CAPSL and its kin

@@ -62,6 +62,7 @@ EvdevKeySource::EvdevKeySource()
       mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     // A new node belongs to root until udev has given it its rights.
     inotify_add_watch(mChanges.Get(), kFolder, IN_CREATE | IN_ATTRIB | IN_DELETE);
+    inotify_add_watch(mChanges.Get(), kUinput, IN_ATTRIB);
     Watch(mChanges.Get());
     Watch(mBeat.Get());
 }
@@ -162,6 +163,8 @@ void EvdevKeySource::Add(const std::string& path) {
     std::shared_ptr<Keyboard> keyboard = Keyboard::Open(path);
     if (!keyboard) return;
     if (known != mDevices.end()) return Prepare(known->second, std::move(keyboard));
+    // The user's rights to keyboards and to uinput come one after the other.
+    if (!Clone::IsPossible()) return;
     if (mDevices.size() >= GuardPage::kSlots) return;
     const std::uint32_t slot = FreeSlot();
     Device& device = mDevices[++mLastID];

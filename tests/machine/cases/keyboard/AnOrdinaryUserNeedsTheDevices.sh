@@ -21,3 +21,12 @@ await 10 grep --quiet "a tap" /tmp/shown
 forward on
 tap a b
 expect_typed +30 -30
+# Rights that go give the keyboard back; it is held again once both are there, whichever comes first.
+chmod 600 /dev/input/event0 /dev/uinput
+await 5 is_free /dev/input/event0
+chmod 660 /dev/input/event0
+tap b
+expect_typed +48 -48
+chmod 660 /dev/uinput
+await 5 is_held /dev/input/event0
+fails grep "is not held" /tmp/tap.log

@@ -36,7 +36,7 @@ log_in daemon 2
 key a down
 expect_typed +30
 to_console 2
-await 2 is_free /dev/input/event0
+await 5 is_free /dev/input/event0
 expect_typed -30
 key a up
 : >/tmp/shown
