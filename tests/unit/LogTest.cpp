@@ -17,7 +17,7 @@
 
 #include "platform/CFRef.h"
 #include "platform/Workspace.h"
-#include "platform/linux/Workspace/LogLine.h"
+#include "platform/linux/Log/LogLine.h"
 #include "tests/support/ErrorPipe.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Workspace/LogLine.h"
+#include "Log/LogLine.h"
 
 namespace kivo::keyboard {
 namespace {

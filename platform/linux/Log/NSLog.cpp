@@ -10,7 +10,7 @@
 #include <ctime>
 #include <utility>
 
-#include "LogLine.h"
+#include "Log/LogLine.h"
 
 namespace {
 

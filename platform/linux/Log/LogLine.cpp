@@ -1,4 +1,4 @@
-#include "LogLine.h"
+#include "Log/LogLine.h"
 
 #include <errno.h>
 #include <poll.h>

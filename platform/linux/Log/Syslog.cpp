@@ -31,7 +31,7 @@
 #include <string_view>
 #include <utility>
 
-#include "LogLine.h"
+#include "Log/LogLine.h"
 
 // NOLINTBEGIN(readability-identifier-naming): the names are the C library's.
 // Without <syslog.h>: a hardened build defines `syslog` there itself, as a call of __syslog_chk.
