@@ -5,6 +5,7 @@ frameworks'. Then looks at what the objects ask the system for."""
 import concurrent.futures
 import os
 import re
+import shutil
 import subprocess
 
 import configuration
@@ -31,6 +32,18 @@ LINUX_ONLY = """
 LATE = {r"std::__1::(to|from)_chars\(.*(float|double)": "13.3",
         r"std::__1::pmr::": "14.0", r"std::__1::__libcpp_verbose_abort": "13.3"}
 
+# What must be refused, or the check would see nothing.
+MISTAKES = {
+    "a header of the layer's inside": "#include <CoreFoundation/CFRuntime.h>",
+    "a header of Linux": '#include "platform/linux/desktop/Desktop.h"',
+    "a plain number for a named one": "#include <ApplicationServices/ApplicationServices.h>\n"
+                                      "CGEventType type = 10;",
+    "a long for 64 bits": "#include <cstdint>\n#include <cstdio>\n"
+                          "void f(std::int64_t n) { std::printf(\"%ld\", n); }",
+    "a thread of a newer library": "#include <thread>\nstd::jthread thread;",
+    "a header that only another library brings along": "#include <vector>\nstd::string text;",
+}
+
 
 def compiler_words():
     """The command line before the source; the warnings are those of every other build."""
@@ -45,11 +58,12 @@ def object_of(source):
     return OBJECTS / (source.replace("/", "-") + ".o")
 
 
-def compile_one(source, definitions):
-    """The compiler's complaints about a source; empty when there are none."""
-    command = [*compiler_words(), *definitions, "-c", source, "-o", str(object_of(source))]
-    return subprocess.run(command, cwd=view.SOURCES, capture_output=True, text=True,
-                          check=False).stderr
+def compile_one(source, definitions, text=None):
+    """The compiler's complaints about a source, or about a text; empty when there are none."""
+    cache = [] if text or not shutil.which("ccache") else ["ccache"]
+    place = ["-x", "c++", "-fsyntax-only", "-"] if text else ["-c", source, "-o", object_of(source)]
+    return subprocess.run([*cache, *compiler_words(), *definitions, *place], input=text,
+                          cwd=view.SOURCES, capture_output=True, text=True, check=False).stderr
 
 
 def compile_all(sources):
@@ -64,6 +78,13 @@ def linux_words(source):
     for word in LINUX_ONLY:
         if re.search(rf"(?<![\w.]){re.escape(word)}(?!\w)", code):
             yield f"{source}: {word} is not there on macOS"
+
+
+def blindness():
+    """The mistakes that were let through."""
+    for mistake, text in MISTAKES.items():
+        if not compile_one("", [], text + "\n"):
+            yield f"{mistake} was let through"
 
 
 def symbols(sources, *options):
@@ -119,6 +140,7 @@ def complaints(is_chosen):
 
 
 def complaints_of_the_product():
+    yield from blindness()
     yield from complaints(lambda source: not of_the_tests(source))
 
 
