@@ -51,20 +51,6 @@ TEST(AXValue, GivesNothingOfAnotherType) {
     EXPECT_EQ(size.height, 8);
 }
 
-TEST(AXValue, HasApplesNumbers) {
-    EXPECT_EQ(int{kAXValueTypeIllegal}, 0);
-    EXPECT_EQ(int{kAXValueTypeCGPoint}, 1);
-    EXPECT_EQ(int{kAXValueTypeCGSize}, 2);
-    EXPECT_EQ(int{kAXValueTypeCGRect}, 3);
-    EXPECT_EQ(int{kAXValueTypeCFRange}, 4);
-    EXPECT_EQ(int{kAXValueTypeAXError}, 5);
-    EXPECT_EQ(int{kAXErrorIllegalArgument}, -25201);
-    EXPECT_EQ(int{kAXErrorInvalidUIElement}, -25202);
-    EXPECT_EQ(int{kAXErrorCannotComplete}, -25204);
-    EXPECT_EQ(int{kAXErrorAttributeUnsupported}, -25205);
-    EXPECT_EQ(int{kAXErrorNoValue}, -25212);
-}
-
 TEST(AXValue, IsAnObject) {
     const CGPoint point{1, 2};
     const CGSize size{1, 2};

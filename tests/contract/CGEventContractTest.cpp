@@ -1,4 +1,4 @@
-// Quartz events as objects, and the numbers that other programs know.
+// Quartz events as objects.
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <gtest/gtest.h>
@@ -42,17 +42,6 @@ TEST(CGEvent, SourcesKnowTheirState) {
     EXPECT_NE(CFGetTypeID(source.Get()), CFGetTypeID(event.Get()));
     const auto hid = Adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState));
     EXPECT_EQ(CGEventSourceGetSourceStateID(hid.Get()), kCGEventSourceStateHIDSystemState);
-}
-
-TEST(CGEvent, NumbersAreTheDocumentedOnes) {
-    EXPECT_EQ(CGEventMaskBit(kCGEventKeyDown) | CGEventMaskBit(kCGEventKeyUp), 0xC00u);
-    EXPECT_EQ(kCGKeyboardEventKeycode, 9);
-    EXPECT_EQ(kCGEventSourceStatePrivate, -1);
-    EXPECT_EQ(static_cast<CGEventType>(kCGEventTapDisabledByTimeout), 0xFFFFFFFEu);
-    EXPECT_EQ(static_cast<CGEventType>(kCGEventTapDisabledByUserInput), 0xFFFFFFFFu);
-    EXPECT_EQ(kCGEventFlagMaskAlphaShift, 0x10000u);
-    EXPECT_EQ(kCGEventFlagMaskSecondaryFn, 0x800000u);
-    EXPECT_EQ(kCGEventFlagMaskNonCoalesced, 0x100u);
 }
 
 }  // namespace

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstddef>
 #include <set>
-#include <type_traits>
 
 #include "platform/CFRef.h"
 
@@ -16,43 +14,7 @@ using kivo::CFRef;
 
 constexpr MIDIObjectRef kNoObject = 0x7FFFFFF0;
 
-TEST(CoreMIDITypes, ReferencesAreNumbersOf32Bits) {
-    static_assert(std::is_same_v<MIDIObjectRef, UInt32>);
-    static_assert(std::is_same_v<MIDIClientRef, MIDIObjectRef>);
-    static_assert(std::is_same_v<MIDIPortRef, MIDIObjectRef>);
-    static_assert(std::is_same_v<MIDIDeviceRef, MIDIObjectRef>);
-    static_assert(std::is_same_v<MIDIEntityRef, MIDIObjectRef>);
-    static_assert(std::is_same_v<MIDIEndpointRef, MIDIObjectRef>);
-}
-
-TEST(CoreMIDITypes, PacketsAreLaidOutInStepsOfFourBytes) {
-    EXPECT_EQ(sizeof(MIDIPacket), 268U);
-    EXPECT_EQ(offsetof(MIDIPacket, timeStamp), 0U);
-    EXPECT_EQ(offsetof(MIDIPacket, length), 8U);
-    EXPECT_EQ(offsetof(MIDIPacket, data), 10U);
-    EXPECT_EQ(sizeof(MIDIPacketList), 272U);
-    EXPECT_EQ(offsetof(MIDIPacketList, packet), 4U);
-}
-
-TEST(CoreMIDITypes, ErrorsHaveTheirNumbers) {
-    EXPECT_EQ(kMIDIInvalidClient, -10830);
-    EXPECT_EQ(kMIDIInvalidPort, -10831);
-    EXPECT_EQ(kMIDIWrongEndpointType, -10832);
-    EXPECT_EQ(kMIDINoConnection, -10833);
-    EXPECT_EQ(kMIDIUnknownEndpoint, -10834);
-    EXPECT_EQ(kMIDIUnknownProperty, -10835);
-    EXPECT_EQ(kMIDIWrongPropertyType, -10836);
-    EXPECT_EQ(kMIDINoCurrentSetup, -10837);
-    EXPECT_EQ(kMIDIMessageSendErr, -10838);
-    EXPECT_EQ(kMIDIServerStartErr, -10839);
-    EXPECT_EQ(kMIDISetupFormatErr, -10840);
-    EXPECT_EQ(kMIDIWrongThread, -10841);
-    EXPECT_EQ(kMIDIObjectNotFound, -10842);
-    EXPECT_EQ(kMIDIIDNotUnique, -10843);
-    EXPECT_EQ(kMIDINotPermitted, -10844);
-}
-
-TEST(CoreMIDITypes, NextPacketFollowsTheBytesOfThisOne) {
+TEST(CoreMIDIPackets, NextPacketFollowsTheBytesOfThisOne) {
     alignas(8) std::array<UInt8, 2 * sizeof(MIDIPacket)> memory{};
     auto* const packet = reinterpret_cast<MIDIPacket*>(memory.data());
     packet->length = 3;
