@@ -23,6 +23,11 @@ std::uint8_t KeycodeOf(KeyCode code) {
     return static_cast<std::uint8_t>(code + kFirstKeycode);
 }
 
+/// The group of a layout that an event's state names.
+std::size_t GroupOf(std::uint16_t state) {
+    return state >> 13 & 3;
+}
+
 std::string InHex(std::int64_t code) {
     char text[20];
     std::snprintf(text, sizeof text, "%02llX", static_cast<unsigned long long>(code));
@@ -82,11 +87,12 @@ void KeyLog::Read() {
     while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(mClient.Get())}) {
         const auto type = event->response_type & 0x7F;
         if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
-        const auto keycode = reinterpret_cast<const xcb_key_press_event_t*>(event.get())->detail;
+        const auto& key = *reinterpret_cast<const xcb_key_press_event_t*>(event.get());
+        const std::uint8_t keycode = key.detail;
         const bool isPress = type == XCB_KEY_PRESS;
         const char sign = !isPress ? '-' : mDown[keycode] ? '*' : '+';
         mDown[keycode] = isPress;
-        if (isPress) mPresses.push_back(keycode);
+        if (isPress) mPresses.push_back({keycode, GroupOf(key.state)});
         mKeys.push_back(sign + std::to_string(keycode - kFirstKeycode));
     }
 }
@@ -99,10 +105,11 @@ std::vector<std::string> KeyLog::Keys() {
 std::vector<xcb_keysym_t> KeyLog::Symbols() {
     Read();
     std::vector<xcb_keysym_t> symbols;
-    for (const std::uint8_t keycode : mPresses) {
+    for (const KeyPress& press : mPresses) {
         const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
-            mClient.Get(), xcb_get_keyboard_mapping(mClient.Get(), keycode, 1), nullptr));
-        symbols.push_back(map ? xcb_get_keyboard_mapping_keysyms(map.get())[0] : 0);
+            mClient.Get(), xcb_get_keyboard_mapping(mClient.Get(), press.keycode, 1), nullptr));
+        // Two symbols a group: without and with Shift.
+        symbols.push_back(map ? xcb_get_keyboard_mapping_keysyms(map.get())[2 * press.group] : 0);
     }
     return symbols;
 }

@@ -48,17 +48,23 @@ class KeyLog {
     KeyLog();
 
     std::vector<std::string> Keys();
-    /// The symbols that the presses mean in the layout that the session had when they were read.
+    /// The symbols that the presses mean in the session's layout now, of the group that it had
+    /// then.
     std::vector<xcb_keysym_t> Symbols();
     void Clear();
 
   private:
+    struct KeyPress {
+        std::uint8_t keycode;
+        std::size_t group;
+    };
+
     void Read();
 
     XClient mClient;
     xcb_window_t mWindow;
     std::vector<std::string> mKeys;
-    std::vector<std::uint8_t> mPresses;
+    std::vector<KeyPress> mPresses;
     std::vector<bool> mDown = std::vector<bool>(256);
 };
 

@@ -4,8 +4,8 @@
 
 namespace kivo::keyboard::x11 {
 
-/// Has a keyboard repeat keys at the rate of another, or not at all if that one does not. Waits for
-/// one answer.
+/// Has a keyboard repeat keys at the rate of another, and those keys that the other repeats, if
+/// any. Waits for one answer.
 void CopyRepeatRate(xcb_connection_t* connection, xcb_xkb_device_spec_t from,
                     xcb_xkb_device_spec_t to);
 

@@ -28,6 +28,8 @@ struct InputMask {
 
 constexpr std::uint32_t kKeyMask =
     XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+constexpr std::uint16_t kMapChanges =
+    XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
 constexpr std::uint32_t kRawKeyMask =
     XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
 
@@ -141,11 +143,11 @@ void X11KeySource::SelectEvents(bool isListening) {
     const std::uint32_t hierarchy = XCB_INPUT_XI_EVENT_MASK_HIERARCHY;
     const InputMask mask{{XCB_INPUT_DEVICE_ALL, 1}, hierarchy | (isListening ? kRawKeyMask : 0)};
     xcb_input_xi_select_events(mConnection, mRoot, 1, &mask.header);
-    constexpr std::uint16_t kChanges = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY |
-                                       XCB_XKB_EVENT_TYPE_MAP_NOTIFY |
-                                       XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
-    xcb_xkb_select_events(mConnection, kSessionKeyboard, kChanges, 0, kChanges, 0xFF, 0xFF,
-                          nullptr);
+    SelectKeyboardEvents(kSessionKeyboard, kMapChanges | XCB_XKB_EVENT_TYPE_STATE_NOTIFY);
+}
+
+void X11KeySource::SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uint16_t kinds) {
+    xcb_xkb_select_events(mConnection, keyboard, kinds, 0, kinds, 0xFF, 0xFF, nullptr);
 }
 
 void X11KeySource::GrabAll() {
@@ -181,6 +183,7 @@ void X11KeySource::Grab(DeviceNumber number) {
     const auto known = Find(number);
     const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
     mKeyboards[id] = {number, std::move(map), true};
+    SelectKeyboardEvents(number, kMapChanges);
     mGate->Open(id, CodesOf(down));
 }
 
@@ -395,7 +398,12 @@ void X11KeySource::TakeKeyboardEvent(const xcb_generic_event_t& event) {
         const auto& state = As<xcb_xkb_state_notify_event_t>(&event);
         mGate->SetCapsLock((state.lockedMods & XCB_MOD_MASK_LOCK) != 0);
     }
-    if (kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY) SpreadChangedMap();
+    if (kind != XCB_XKB_NEW_KEYBOARD_NOTIFY && kind != XCB_XKB_MAP_NOTIFY) return;
+    // The events of both kinds have the keyboard in the same place.
+    const auto keyboard = Find(As<xcb_xkb_map_notify_event_t>(&event).deviceID);
+    if (keyboard == mKeyboards.end()) return SpreadChangedMap();
+    keyboard->second.map = KeyboardMap::Read(mConnection, keyboard->second.number);
+    Wake();
 }
 
 // Maps

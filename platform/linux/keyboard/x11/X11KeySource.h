@@ -57,6 +57,7 @@ class X11KeySource final : public KeySource {
 
     // Holding
     void SelectEvents(bool isListening);
+    void SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uint16_t kinds);
     void GrabAll();
     Keyboards::iterator Find(DeviceNumber number);
     void Grab(DeviceNumber number);
