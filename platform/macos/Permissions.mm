@@ -21,7 +21,8 @@ void kivo::ReportMissingPermissions() {
     isReported = true;
     NSString* missing = MissingPermissions();
     if (missing == nil) return;
-    NSLog(@"not allowed: %@. Windows and keys need it: switch it on for the Kivo driver in System "
-          @"Settings, Privacy & Security, then start the daemon anew",
-          missing);
+    NSLog(
+        @"not allowed: %@. Without it windows or keys may be out of reach: switch it on in System "
+        @"Settings, Privacy & Security, then start the daemon anew",
+        missing);
 }
