@@ -7,9 +7,11 @@
 #include <array>
 #include <cstdlib>
 #include <stdexcept>
+#include <vector>
 
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/RawPayloads.h"
+#include "bench/keys/Cores.h"
 #include "platform/CFRef.h"
 #include "tests/desktop/XSession.h"
 
@@ -29,8 +31,11 @@ void BecomeService(const std::string& program, int journal) {
 
 }  // namespace
 
-DaemonAndCenter::DaemonAndCenter(const std::string& folder)
-    : mCenter({folder + "/kivoctl", "listen"}) {
+DaemonAndCenter::DaemonAndCenter(const std::string& folder) {
+    {
+        const OnOtherCore otherCore;
+        mCenter = test::Process(std::vector<std::string>{folder + "/kivoctl", "listen"});
+    }
     AwaitOwner(kControlCenterPortName);
     StartDaemon(folder + "/kivo-driver");
     AwaitOwner(kDriverPortName);

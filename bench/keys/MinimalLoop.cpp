@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "bench/keys/Cores.h"
+
 namespace kivo::bench {
 namespace {
 
@@ -29,10 +31,13 @@ void Ask(int socket) {
 MinimalLoop::MinimalLoop(const std::function<void(const Asker&)>& hold) {
     std::array<int, 2> pair{};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, pair.data()) != 0) std::abort();
-    mAnswering = test::Process([&] {
-        close(pair[0]);
-        Answer(pair[1]);
-    });
+    {
+        const OnOtherCore otherCore;
+        mAnswering = test::Process([&] {
+            close(pair[0]);
+            Answer(pair[1]);
+        });
+    }
     mHolding = test::Process([&] { hold([&] { Ask(pair[0]); }); });
     close(pair[0]);
     close(pair[1]);

@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "bench/keys/Typist.h"
@@ -25,11 +26,13 @@ class X11Typist final : public Typist {
     void Send(bool isDown);
     bool AwaitEvent(std::uint8_t type);
 
-    const test::XServer mServer;
+    const std::unique_ptr<test::XServer> mServer;
     test::XClient mHand;
     test::XClient mApplication;
     keyboard::x11::DeviceNumber mKeyboard = 0;
     std::uint8_t mFirstEvent = 0;
+    unsigned mTyped = 0;
+    std::uint8_t mKeycode = 0;  ///< of the key that is being typed
 };
 
 }  // namespace kivo::bench
