@@ -1,10 +1,19 @@
-// Holds the table of key codes to a second one that others made: the X server's names of key
-// positions (Debian's xkb-data), in its numbering for Linux and in that for the Macintosh of the
-// days when keyboards were on the Apple Desktop Bus, whose codes the virtual key codes still are.
+// Holds the table of key codes to what others made, each without the others:
+//
+// - the X server's names of key positions (Debian's xkb-data), in its numbering for Linux and in
+// that
+//   for the Macintosh of the days when keyboards were on the Apple Desktop Bus;
+// - the numbers under which the kernel's driver for such keyboards (drivers/macintosh/adbhid.c)
+//   knows the keys that xkb-data lacks there;
+// - the virtual key codes in a Python library that types keys on macOS (Debian's python3-pynput).
+//
+// Virtual key codes are the bus's codes but for nine, so both kinds of table can be compared.
 
 #include <gtest/gtest.h>
 #include <libevdev/libevdev.h>
 
+#include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -45,71 +54,150 @@ Keycodes ReadSection(const std::string& file, const std::string& section) {
     return keys;
 }
 
-/// Where the positions of the two are named by what Apple's key does there, not by our key's role.
+/// The keys of macOS by the names that the Python library gives them.
+Keycodes ReadLibrary() {
+    std::ifstream stream("/usr/lib/python3/dist-packages/pynput/keyboard/_darwin.py");
+    const std::regex entry(R"(^    (\w+) = KeyCode\.from_vk\(0x([0-9A-F]+))");
+    Keycodes keys;
+    std::smatch match;
+    for (std::string line; std::getline(stream, line);) {
+        if (std::regex_search(line, match, entry))
+            keys[match[1]] = std::stoi(match[2], nullptr, 16);
+    }
+    return keys;
+}
+
+/// The virtual key code of a key that has this code on the bus. The arrows moved up when the
+/// modifiers on the right, which had codes above them, came down beside those on the left.
+int VirtualCodeOf(int busCode) {
+    static const std::map<int, int> kMoved = {
+        {0x3B, 0x7B}, {0x3C, 0x7C}, {0x3D, 0x7D}, {0x3E, 0x7E},                // arrows
+        {0x36, 0x3B}, {0x7B, 0x3C}, {0x7C, 0x3D}, {0x7D, 0x3E}, {0x7E, 0x36},  // modifiers
+    };
+    const auto moved = kMoved.find(busCode);
+    return moved == kMoved.end() ? busCode : moved->second;
+}
+
+int CodeOf(const std::string& name) {
+    const int code = libevdev_event_code_from_name(EV_KEY, ("KEY_" + name).c_str());
+    EXPECT_GE(code, 0) << name;
+    return code;
+}
+
+void ExpectCode(int code, int expected) {
+    const char* const name = libevdev_event_code_get_name(EV_KEY, static_cast<unsigned>(code));
+    const auto key = VirtualKeyOf(static_cast<KeyCode>(code));
+    ASSERT_TRUE(key) << name;
+    EXPECT_EQ(key->code, expected) << name;
+}
+
+/// Where xkb-data names the positions of the two by what Apple's key does there, not by our key's
+/// role.
 const std::set<std::string> kNamedByRole = {"<LALT>", "<RALT>", "<LWIN>", "<RWIN>"};
 
-/// On the bus the four arrows had codes below those of the function keys; the virtual key codes
-/// moved them up, out of the way of the right-hand modifiers.
-int VirtualCodeOfBusCode(int busCode) {
-    return busCode >= 0x3B && busCode <= 0x3E ? busCode + 0x40 : busCode;
-}
-const std::set<std::string> kArrows = {"<UP>", "<DOWN>", "<LEFT>", "<RGHT>"};
-/// The left Control was 0x36 on the bus.
-const std::map<std::string, int> kMovedModifiers = {{"<LCTL>", 0x3B}};
-
-TEST(KeyCodes, AgreeWithTheKeyNamesOfTheXServer) {
+/// The codes of keys on Linux and on the bus that have the same name.
+std::map<int, int> SameByName() {
     const Keycodes linux = ReadSection("evdev", "evdev");
-    const Keycodes bus = ReadSection("macintosh", "old");
-    ASSERT_GT(linux.size(), 200u) << "needs Debian's xkb-data";
-    int compared = 0;
-    for (const auto& [name, busCode] : bus) {
-        const auto same = linux.find(name);
-        if (same == linux.end() || kNamedByRole.contains(name)) continue;
-        int expected = kArrows.contains(name) ? VirtualCodeOfBusCode(busCode) : busCode;
-        if (const auto moved = kMovedModifiers.find(name); moved != kMovedModifiers.end()) {
-            expected = moved->second;
-        }
-        const auto key = VirtualKeyOf(static_cast<KeyCode>(same->second));
-        ASSERT_TRUE(key) << name;
-        EXPECT_EQ(key->code, expected) << name;
-        ++compared;
+    EXPECT_GT(linux.size(), 200u) << "needs Debian's xkb-data";
+    std::map<int, int> same;
+    for (const auto& [name, busCode] : ReadSection("macintosh", "old")) {
+        const auto here = linux.find(name);
+        if (here != linux.end() && !kNamedByRole.contains(name)) same[here->second] = busCode;
     }
-    EXPECT_GE(compared, 95);
+    return same;
 }
 
-/// What the Macintosh numbering of xkb-data lacks, by the names of the kernel and the numbers of
-/// Apple's HIToolbox/Events.h.
-const std::map<std::string, int> kNewerKeys = {
-    {"KEY_LEFTALT", 0x3A},   {"KEY_RIGHTALT", 0x3D},  {"KEY_LEFTMETA", 0x37},
-    {"KEY_RIGHTMETA", 0x36}, {"KEY_RIGHTCTRL", 0x3E}, {"KEY_RIGHTSHIFT", 0x3C},
-    {"KEY_FN", 0x3F},        {"KEY_F13", 0x69},       {"KEY_F14", 0x6B},
-    {"KEY_F15", 0x71},       {"KEY_F16", 0x6A},       {"KEY_F17", 0x40},
-    {"KEY_F18", 0x4F},       {"KEY_F19", 0x50},       {"KEY_F20", 0x5A},
-    {"KEY_PRINT", 0x69},     {"KEY_HELP", 0x72},      {"KEY_COMPOSE", 0x6E},
-    {"KEY_YEN", 0x5D},       {"KEY_RO", 0x5E},        {"KEY_KPJPCOMMA", 0x5F},
-    {"KEY_KPCOMMA", 0x5F},   {"KEY_HANJA", 0x66},     {"KEY_HANGEUL", 0x68},
-    {"KEY_KPEQUAL", 0x51},   {"KEY_VOLUMEUP", 0x48},  {"KEY_VOLUMEDOWN", 0x49},
-    {"KEY_MUTE", 0x4A},      {"KEY_POWER", 0x7F},
+/// By the kernel's driver, on the bus.
+const Keycodes kOnTheBus = {
+    {"LEFTALT", 0x3A},   {"LEFTMETA", 0x37},  {"RIGHTSHIFT", 0x7B}, {"RIGHTALT", 0x7C},
+    {"RIGHTCTRL", 0x7D}, {"RIGHTMETA", 0x7E}, {"FN", 0x3F},         {"YEN", 0x5D},
+    {"RO", 0x5E},        {"KPCOMMA", 0x5F},   {"HANJA", 0x66},      {"HANGEUL", 0x68},
+    {"COMPOSE", 0x6E},   {"POWER", 0x7F},     {"SYSRQ", 0x69},      {"SCROLLLOCK", 0x6B},
+    {"PAUSE", 0x71},     {"INSERT", 0x72},    {"KPEQUAL", 0x51},    {"102ND", 0x0A},
 };
 
-TEST(KeyCodes, OfNewerKeysAreApples) {
-    for (const auto& [name, expected] : kNewerKeys) {
-        const auto key =
-            VirtualKeyOf(static_cast<KeyCode>(libevdev_event_code_from_name(EV_KEY, name.c_str())));
-        ASSERT_TRUE(key) << name;
-        EXPECT_EQ(key->code, expected) << name;
+/// The kernel's name of a key that the library calls otherwise than in small letters.
+const std::map<std::string, std::string> kNamesOfLibrary = {
+    {"alt_l", "LEFTALT"},     {"alt_r", "RIGHTALT"},     {"caps_lock", "CAPSLOCK"},
+    {"cmd_l", "LEFTMETA"},    {"cmd_r", "RIGHTMETA"},    {"ctrl_l", "LEFTCTRL"},
+    {"ctrl_r", "RIGHTCTRL"},  {"page_up", "PAGEUP"},     {"page_down", "PAGEDOWN"},
+    {"shift_l", "LEFTSHIFT"}, {"shift_r", "RIGHTSHIFT"},
+};
+/// It has these by side as well.
+const std::set<std::string> kOfEitherSide = {"alt", "alt_gr", "cmd", "ctrl", "shift"};
+
+std::map<int, int> OfTheLibrary() {
+    std::map<int, int> codes;
+    for (const auto& [name, virtualCode] : ReadLibrary()) {
+        if (kOfEitherSide.contains(name)) continue;
+        const auto other = kNamesOfLibrary.find(name);
+        std::string kernelName = other == kNamesOfLibrary.end() ? name : other->second;
+        std::transform(kernelName.begin(), kernelName.end(), kernelName.begin(),
+                       [](unsigned char letter) { return std::toupper(letter); });
+        codes[CodeOf(kernelName)] = virtualCode;
+    }
+    return codes;
+}
+
+/// What none of them has, by the names of Apple's HIToolbox/Events.h.
+const Keycodes kOnlyApples = {
+    {"HELP", 0x72},        // kVK_Help
+    {"VOLUMEUP", 0x48},    // kVK_VolumeUp
+    {"VOLUMEDOWN", 0x49},  // kVK_VolumeDown
+    {"MUTE", 0x4A},        // kVK_Mute
+};
+
+/// Keys that the kernel has two of, for one place.
+const std::map<std::string, std::string> kTwins = {{"PRINT", "SYSRQ"}, {"KPJPCOMMA", "KPCOMMA"}};
+
+TEST(KeyCodes, AgreeWithTheKeyNamesOfTheXServer) {
+    const auto same = SameByName();
+    EXPECT_GE(same.size(), 95u);
+    for (const auto& [code, busCode] : same) {
+        ExpectCode(code, VirtualCodeOf(busCode));
     }
 }
 
-TEST(KeyCodes, EveryKeyOfTheTableIsInOneOfTheTwoOthers) {
+TEST(KeyCodes, AgreeWithTheKernelsDriverForTheBus) {
+    for (const auto& [name, busCode] : kOnTheBus) {
+        ExpectCode(CodeOf(name), VirtualCodeOf(busCode));
+    }
+}
+
+TEST(KeyCodes, AgreeWithALibraryForMacOS) {
+    const auto keys = OfTheLibrary();
+    EXPECT_GE(keys.size(), 43u) << "needs Debian's python3-pynput";
+    for (const auto& [code, virtualCode] : keys) {
+        ExpectCode(code, virtualCode);
+    }
+}
+
+TEST(KeyCodes, OfKeysThatOnlyAppleNumbersAreApples) {
+    for (const auto& [name, virtualCode] : kOnlyApples) {
+        ExpectCode(CodeOf(name), virtualCode);
+    }
+}
+
+TEST(KeyCodes, OfTwinsAreTheSame) {
+    for (const auto& [one, other] : kTwins) {
+        EXPECT_EQ(VirtualKeyOf(static_cast<KeyCode>(CodeOf(one))),
+                  VirtualKeyOf(static_cast<KeyCode>(CodeOf(other))))
+            << one;
+    }
+}
+
+TEST(KeyCodes, AreKnownToOneOfTheOthers) {
     std::set<int> known;
-    const Keycodes linux = ReadSection("evdev", "evdev");
-    for (const auto& [name, busCode] : ReadSection("macintosh", "old")) {
-        if (const auto same = linux.find(name); same != linux.end()) known.insert(same->second);
+    for (const auto& codes : {SameByName(), OfTheLibrary()}) {
+        for (const auto& [code, number] : codes)
+            known.insert(code);
     }
-    for (const auto& [name, code] : kNewerKeys) {
-        known.insert(libevdev_event_code_from_name(EV_KEY, name.c_str()));
+    for (const auto& codes : {kOnTheBus, kOnlyApples}) {
+        for (const auto& [name, number] : codes)
+            known.insert(CodeOf(name));
     }
+    for (const auto& [one, other] : kTwins)
+        known.insert(CodeOf(one));
     for (int code = 0; code <= KEY_MAX; ++code) {
         EXPECT_EQ(VirtualKeyOf(static_cast<KeyCode>(code)).has_value(), known.contains(code))
             << libevdev_event_code_get_name(EV_KEY, static_cast<unsigned>(code));
