@@ -62,8 +62,7 @@ class NoManagerTest(DisplayTest):
         self.start()
         self.session.start("openbox")
         self.screen.await_manager()
-        window = self.open_windows("Mixer", class_name="Late").windows[0]
-        self.expect("KiFI", bundleIdentifier="Late")
+        window = self.open_in_front("Mixer", class_name="Late")[0]
         self.assertEqual(self.ask(self.client(), "ZTWP", records=[record("Mixer")]),
                          {"targetIndex": 0} | self.place(window))
 
@@ -72,8 +71,7 @@ class DyingDisplayTest(DisplayTest):
     def setUp(self):
         super().setUp()
         self.start()
-        self.window = self.open_windows("Mixer", class_name="Front").windows[0]
-        self.expect("KiFI", bundleIdentifier="Front")
+        self.window = self.open_in_front("Mixer")[0]
         self.sender = self.client()
 
     def test_a_manager_that_dies(self):

@@ -25,8 +25,7 @@ class RefusalsTest(DaemonTest):
     def setUp(self):
         super().setUp()
         self.start()
-        self.window = self.open_windows("Mixer", class_name="Front").windows[0]
-        self.expect("KiFI", bundleIdentifier="Front")
+        self.window = self.open_in_front("Mixer")[0]
         self.sender = self.client()
 
     def reply(self, message, payload):

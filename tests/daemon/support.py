@@ -197,12 +197,18 @@ class DaemonTest(unittest.TestCase):
         self.expect_message("KiFA", "KiFI")
 
     def open_windows(self, *titles, class_name="kivo-test"):
-        """An application with these windows, the last one in front. Told the control center."""
+        """An application with these windows, the last one in front."""
         application = x11.Application(self.session.environment["DISPLAY"], titles, class_name)
         self.addCleanup(application.end)
         self.screen.await_managed(*application.windows)
         self.screen.activate(application.windows[-1])
         return application
+
+    def open_in_front(self, *titles, class_name="Front"):
+        """The same, once the daemon has told so; the windows."""
+        application = self.open_windows(*titles, class_name=class_name)
+        self.expect("KiFI", bundleIdentifier=class_name)
+        return application.windows
 
     def client(self):
         """A client of the daemon's port, which is awaited."""

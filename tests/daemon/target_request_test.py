@@ -16,11 +16,10 @@ class TargetRequestTest(DaemonTest):
         self.sender = self.client()
 
     def open_front(self, *titles):
-        application = self.open_windows(*titles, class_name="Front")
-        self.expect("KiFI", bundleIdentifier="Front")
+        windows = self.open_in_front(*titles)
         await_true("the last one is in front",
-                   lambda: self.screen.stacking()[:1] == application.windows[-1:])
-        return application.windows
+                   lambda: self.screen.stacking()[:1] == windows[-1:])
+        return windows
 
     def write_table(self, table, language="English", **options):
         self.session.write_data(f"Zynwerks/{language}.plist", plistlib.dumps(table, **options))
@@ -165,8 +164,7 @@ class GermanTargetsTest(DaemonTest):
     def test_the_file_of_the_language(self):
         self.session.write_data("Zynwerks/German.plist", plistlib.dumps({"kMixer": "Mischpult"}))
         self.start(LANGUAGE="de")
-        window = self.open_windows("Mischpult", class_name="Front").windows[0]
-        self.expect("KiFI", bundleIdentifier="Front")
+        window = self.open_in_front("Mischpult")[0]
         found = self.ask(self.client(), "ZTWP", records=[record("kMixer")])
         self.assertEqual(found, {"targetIndex": 0} | self.place(window))
 
@@ -174,8 +172,7 @@ class GermanTargetsTest(DaemonTest):
 class MissingAlternateTest(DaemonTest):
     def test_it_ends_the_daemon_without_a_goodbye(self):
         self.start()
-        self.open_windows("Mixer", class_name="Front")
-        self.expect("KiFI", bundleIdentifier="Front")
+        self.open_in_front("Mixer")
         sender = self.client()
         with self.assertRaises(client.PortError) as raised:
             self.ask(sender, "ZTWP", records=[record("Mixer", "No such")])

@@ -16,21 +16,15 @@ class WindowRequestTest(DaemonTest):
     def part(self, title):
         return self.ask(self.sender, "ZWiP", title=title, partialMatch=True)
 
-    def open_front(self, *titles):
-        """Windows of an application that the daemon knows to be in front."""
-        application = self.open_windows(*titles, class_name="Front")
-        self.expect("KiFI", bundleIdentifier="Front")
-        return application.windows
-
     def test_a_whole_title_gets_the_first_window(self):
-        mixer, edit = self.open_front("Mixer", "Edit")
+        mixer, edit = self.open_in_front("Mixer", "Edit")
         for title in ("Mixer", "Edit", "", "No window's title", "x" * 5000):
             self.assertEqual(self.whole(title), self.place(edit))
         self.screen.activate(mixer)
         self.assertEqual(self.whole("Edit"), self.place(mixer))
 
     def test_a_part_gets_none(self):
-        self.open_front("Mixer", "Edit")
+        self.open_in_front("Mixer", "Edit")
         for title in ("Mixer", "Mix", "Edit", "", "No window's title"):
             self.assertIsNone(self.part(title))
 
@@ -39,7 +33,7 @@ class WindowRequestTest(DaemonTest):
         self.assertIsNone(self.part("Mixer"))
 
     def test_a_closed_window(self):
-        mixer, edit = self.open_front("Mixer", "Edit")
+        mixer, edit = self.open_in_front("Mixer", "Edit")
         self.screen.destroy(edit)
         await_true("the window has gone", lambda: self.screen.managed() == [mixer])
         self.assertEqual(self.whole("Edit"), self.place(mixer))
@@ -48,17 +42,17 @@ class WindowRequestTest(DaemonTest):
         self.assertIsNone(self.whole("Edit"))
 
     def test_a_window_without_a_title(self):
-        window, = self.open_front("")
+        window, = self.open_in_front("")
         self.assertEqual(self.whole("Mixer"), self.place(window))
 
     def test_a_moved_window(self):
-        window, = self.open_front("Mixer")
+        window, = self.open_in_front("Mixer")
         self.screen.move(window, 300, 200)
         await_true("it has moved", lambda: self.screen.frame(window)[:2] == (300, 200))
         self.assertEqual(self.whole("Mixer"), self.place(window))
 
     def test_a_minimised_window_is_restored_and_made_main(self):
-        mixer, edit = self.open_front("Mixer", "Edit")
+        mixer, edit = self.open_in_front("Mixer", "Edit")
         place = self.place(edit)
         self.screen.minimise(edit)
         await_true("the other is active", lambda: self.screen.active() == mixer)
@@ -68,7 +62,7 @@ class WindowRequestTest(DaemonTest):
         self.assertEqual(self.screen.active(), edit)
 
     def test_all_windows_minimised(self):
-        mixer, edit = self.open_front("Mixer", "Edit")
+        mixer, edit = self.open_in_front("Mixer", "Edit")
         places = {window: self.place(window) for window in (mixer, edit)}
         for window in places:
             self.screen.minimise(window)
@@ -78,7 +72,7 @@ class WindowRequestTest(DaemonTest):
         self.assertEqual(self.screen.active(), first)
 
     def test_windows_of_other_applications_are_left_alone(self):
-        mixer, = self.open_front("Mixer")
+        mixer, = self.open_in_front("Mixer")
         self.open_windows("Other", class_name="Other")
         self.screen.activate(mixer)
         self.assertEqual(self.whole("Other"), self.place(mixer))
