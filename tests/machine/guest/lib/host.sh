@@ -25,9 +25,16 @@ await() {
             echo "waited in vain for: $*"
             return 1
         fi
-        sleep 0.02
+        pause
     done
 }
+
+# pause: for a moment, without a process, which would take longer to start in the emulator.
+pause() {
+    read -r -t 0.02 -u "$silence" || true
+}
+mkfifo /run/silence
+exec {silence}<>/run/silence
 
 # fails COMMAND...: succeeds when the command does not.
 fails() {

@@ -9,10 +9,11 @@ load_keyboards() {
 
 # key CODE down|up, by QEMU's names of keys: the hand on the keyboard of the guest.
 key() {
-    local isDown=true
+    local isDown=true event
     [ "$2" = down ] || isDown=false
-    qmp input-send-event "$(printf '{"events": [{"type": "key", "data": {"down": %s, "key": %s}}]}' \
-        "$isDown" "{\"type\": \"qcode\", \"data\": \"$1\"}")" >/tmp/qmp || cat /tmp/qmp
+    printf -v event '{"events": [{"type": "key", "data": {"down": %s, "key": %s}}]}' \
+        "$isDown" "{\"type\": \"qcode\", \"data\": \"$1\"}"
+    qmp input-send-event "$event" >/tmp/qmp || cat /tmp/qmp
 }
 
 # tap CODE...: presses and releases keys one after the other.
@@ -36,10 +37,14 @@ start_session() {
 
 # typed: what the session got so far, "+30" for a press and "-30" for a release by the kernel's code.
 typed() {
-    tr '\n' ' ' <"$TYPED" | sed 's/ $//'
+    local keys
+    mapfile -t keys <"$TYPED"
+    echo "${keys[*]}"
 }
 has_typed() {
-    [ "$(typed)" = "$*" ]
+    local keys
+    mapfile -t keys <"$TYPED"
+    [ "${keys[*]}" = "$*" ]
 }
 # expect_typed KEY...: waits until the session has got exactly this, and begins anew.
 expect_typed() {
@@ -76,10 +81,10 @@ was_shown() {
 
 # is_held NODE: somebody holds a keyboard.
 is_held() {
-    ! "$KIVO_GUEST/try-to-hold" "$1"
+    ! "$KIVO_BUILD/bin/try-to-hold" "$1"
 }
 is_free() {
-    "$KIVO_GUEST/try-to-hold" "$1"
+    "$KIVO_BUILD/bin/try-to-hold" "$1"
 }
 
 # expect_free_within_a_second: the keyboard works again for the session, without anyone's help.

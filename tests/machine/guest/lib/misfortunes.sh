@@ -73,10 +73,11 @@ plug_keyboard() {
 
 # usb_keyboard: the node of the keyboard that was plugged in, not of its clone.
 usb_keyboard() {
-    local name
-    name=$(grep --files-with-matches "QEMU USB Keyboard" /sys/class/input/event*/device/name |
-        while read -r file; do
-            [ "$(cat "${file%name}phys")" = kivo/clone ] || echo "$file"
-        done)
-    [ -n "$name" ] && echo "/dev/input/$(basename "$(dirname "$(dirname "$name")")")"
+    local device name phys
+    for device in /sys/class/input/event*; do
+        { read -r name <"$device/device/name" && read -r phys <"$device/device/phys"; } 2>/dev/null ||
+            continue
+        [[ $name != *"USB Keyboard" || $phys = kivo/clone ]] || { echo "/dev/input/${device##*/}"; return; }
+    done
+    return 1
 }
