@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -46,6 +48,24 @@ TEST(KivoCtlAdviserTest, OneThatHasGoneAnswersNothing) {
     while (steady_clock::now() < deadline && adviser.LetsThrough(kKey)) {
     }
     EXPECT_EQ(adviser.LetsThrough(kKey), std::nullopt);
+}
+
+TEST(KivoCtlAdviserTest, WhatItStartedEndsWithIt) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    // Held by the program and by what it starts: at its end when both have gone.
+    ASSERT_EQ(dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+    close(ends[1]);
+    {
+        Adviser adviser("sleep 60 & while read -r question; do echo p; done");
+        EXPECT_EQ(FirstAnswer(&adviser), true);
+    }
+    ASSERT_EQ(dup2(STDOUT_FILENO, STDERR_FILENO), STDERR_FILENO);
+    pollfd reading{ends[0], POLLIN, 0};
+    EXPECT_EQ(poll(&reading, 1, 20000), 1);
+    char letter = 0;
+    EXPECT_EQ(read(ends[0], &letter, 1), 0);
+    close(ends[0]);
 }
 
 TEST(KivoCtlAdviserTest, ItHasNoDescriptorOfOurs) {

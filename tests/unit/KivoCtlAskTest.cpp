@@ -180,19 +180,20 @@ TEST(KivoCtlAsk, SaysWhenTheAnswerCannotBeWritten) {
 }
 
 TEST(KivoCtlAsk, RefusesBadUsageBeforeItLooksForADaemon) {
-    for (const auto& words : std::vector<std::vector<std::string>>{{},
-                                                                   {"pointr"},
-                                                                   {"pointer", "--x"},
-                                                                   {"pointer", "--timeout", "0"},
-                                                                   {"window"},
-                                                                   {"target"},
-                                                                   {"tap", "maybe"},
-                                                                   {"status", "1"},
-                                                                   {"listen", "x"},
-                                                                   {"listen", "--units", "many"},
-                                                                   {"listen", "--count", "0"},
-                                                                   {"listen", "--until", "toolong"},
-                                                                   {"session", "--swallow", "x"}}) {
+    for (const auto& words :
+         std::vector<std::vector<std::string>>{{},
+                                               {"pointr"},
+                                               {"pointer", "--x"},
+                                               {"pointer", "--timeout", "0"},
+                                               {"window"},
+                                               {"target"},
+                                               {"tap", "maybe"},
+                                               {"status", "1"},
+                                               {"listen", "x"},
+                                               {"listen", "--units", "many"},
+                                               {"listen", "--count", "0"},
+                                               {"listen", "--until", "toolong"},
+                                               {"session", "--swallow", "nokey"}}) {
         const ChildProgram::Ending ending = RunKivoctl(words);
         EXPECT_THAT(ending, FailsWith(2, "--help"));
     }

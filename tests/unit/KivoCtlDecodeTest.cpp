@@ -164,8 +164,16 @@ TEST(KivoCtlSwallowRule, TakesAllNoneOrCodes) {
     EXPECT_FALSE(rule.Swallows(tab));
 }
 
-TEST(KivoCtlSwallowRule, RefusesWhatIsNoKeyCode) {
-    for (const char* text : {"", "1,", ",1", "Escape", "65536", "-1", "all,1"}) {
+TEST(KivoCtlSwallowRule, TakesNames) {
+    const SwallowRule rule = SwallowRule::Parse("escape,Page Up,b,5");
+    for (const UInt16 code : {0x35, 0x74, 0x0B, 5}) {
+        EXPECT_TRUE(rule.Swallows({code, 0, true})) << code;
+    }
+    EXPECT_FALSE(rule.Swallows({0x17, 0, true})) << "5 is a code";
+}
+
+TEST(KivoCtlSwallowRule, RefusesWhatIsNoKey) {
+    for (const char* text : {"", "1,", ",1", "Esc", "65536", "-1", "all,1", "F1,", "Section "}) {
         EXPECT_THROW(SwallowRule::Parse(text), UsageFailure) << text;
     }
 }

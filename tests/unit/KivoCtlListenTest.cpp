@@ -187,6 +187,30 @@ TEST(KivoCtlListen, GivesNoAnswerForAProgramThatGivesNone) {
     }
 }
 
+TEST(KivoCtlListen, SaysOnceThatTheProgramGivesNoAnswer) {
+    Center center({"listen", "--ask", "exec sleep 60"});
+    const Driver driver;
+    driver.Ask(kMessageKeyEvent, KeyDown(0x24));
+    driver.Ask(kMessageKeyEvent, KeyDown(0x25));
+    driver.Tell(kMessageConnect, kIdentity);
+    EXPECT_THAT(center.ReadJson()["text"].get<std::string>(), HasSubstr("gives no answer"));
+    EXPECT_EQ(center.ReadJson()["name"], "connected");
+}
+
+TEST(KivoCtlListen, SwitchesForwardingOffAtTheEnd) {
+    std::promise<Bytes> switched;
+    const ScriptedDaemon daemon([&](SInt32 code, std::span<const UInt8> payload) {
+        if (code == kMessageEventTap) switched.set_value({payload.begin(), payload.end()});
+        return Bytes();
+    });
+    Center center({"listen", "--keys", "--count", "1"});
+    Driver().Ask(kMessageKeyEvent, KeyDown(0x24));
+    EXPECT_EQ(center.ReadJson()["key"], "Return");
+    EXPECT_EQ(center.ReadJson()["on"], false);
+    EXPECT_EQ(center.Wait().status, 0);
+    EXPECT_THAT(switched.get_future().get(), ElementsAre(0));
+}
+
 TEST(KivoCtlListen, EndsAfterTheMessageThatItWaitsFor) {
     Center center({"listen", "--until", "KiFI"});
     const Driver driver;

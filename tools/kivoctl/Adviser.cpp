@@ -34,7 +34,8 @@ std::array<int, 2> MakeSocketPair() {
     return pair;
 }
 
-/// Starts the shell with `socket` for its standard input and output; 0, or why it did not start.
+/// Starts the shell, in a process group of its own, with `socket` for its standard input and
+/// output; 0, or why it did not start.
 int Spawn(const std::string& command, int socket, pid_t* process) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -44,7 +45,12 @@ int Spawn(const std::string& command, int socket, pid_t* process) {
     std::string option = "-c";
     std::string text = command;
     std::array<char*, 4> arguments{shell.data(), option.data(), text.data(), nullptr};
-    const int error = posix_spawn(process, "/bin/sh", &actions, nullptr, arguments.data(), environ);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    const int error =
+        posix_spawn(process, "/bin/sh", &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return error;
 }
@@ -63,7 +69,8 @@ Adviser::Adviser(const std::string& command) {
 
 Adviser::~Adviser() {
     close(mSocket);
-    kill(mProcess, SIGTERM);
+    // The shell and what it has started.
+    kill(-mProcess, SIGTERM);
     waitpid(mProcess, nullptr, 0);
 }
 

@@ -12,7 +12,7 @@ namespace kivo::ctl {
     "  --channels N   channels in that answer (8)\n"                                  \
     "  --keys         print key events too; they are what you type\n"                 \
     "  --swallow KEYS keep keys from the applications: all, none (the default),\n"    \
-    "                 or key codes such as 0x24,53\n"                                 \
+    "                 or keys by name or code, such as F1,Return,0x35\n"              \
     "  --ask COMMAND  ask a program about the other keys: it reads a JSON object a\n" \
     "                 line and answers with lines, \"pass\" or \"swallow\"\n"         \
     "  --until CODE   end after the first message of that code, such as KiFI\n"       \

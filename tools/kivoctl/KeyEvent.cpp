@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstring>
 #include <utility>
 
@@ -66,15 +67,31 @@ std::vector<std::string_view> ModifierNames(UInt64 flags) {
     return names;
 }
 
+/// A key's name, in letters of either case, or its code. Digits are codes.
+UInt16 ParseKey(std::string_view text) {
+    const auto isLetter = [](char one) { return std::isalpha(static_cast<unsigned char>(one)); };
+    const auto isSame = [](char one, char other) {
+        return std::toupper(static_cast<unsigned char>(one)) ==
+               std::toupper(static_cast<unsigned char>(other));
+    };
+    const auto name = std::find_if(kKeyNames.begin(), kKeyNames.end(), [&](std::string_view one) {
+        return std::equal(one.begin(), one.end(), text.begin(), text.end(), isSame);
+    });
+    const bool isName = !text.empty() && isLetter(text.front());
+    if (isName && name != kKeyNames.end()) return static_cast<UInt16>(name - kKeyNames.begin());
+    return static_cast<UInt16>(
+        ParseNumber(text, 0xFFFF,
+                    "--swallow takes \"all\", \"none\" or keys, by a name that --keys shows, such "
+                    "as Return, or by a code; a code"));
+}
+
 SwallowRule SwallowRule::Parse(std::string_view text) {
     SwallowRule rule;
     rule.mAll = text == "all";
     if (rule.mAll || text == "none") return rule;
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find(',', begin), text.size());
-        rule.mCodes.insert(static_cast<UInt16>(
-            ParseNumber(text.substr(begin, end - begin), 0xFFFF,
-                        "--swallow takes \"all\", \"none\" or key codes; a code")));
+        rule.mCodes.insert(ParseKey(text.substr(begin, end - begin)));
         begin = end + 1;
     }
     return rule;

@@ -31,7 +31,8 @@ class SwallowRule {
   public:
     /// Swallows nothing.
     SwallowRule() = default;
-    /// Reads "all", "none" or a list of key codes such as "0x24,53". Throws UsageFailure.
+    /// Reads "all", "none" or a list of names and codes of keys such as "F1,0x24,53". Throws
+    /// UsageFailure.
     static SwallowRule Parse(std::string_view text);
 
     bool Swallows(const KeyEvent& event) const { return mAll || mCodes.contains(event.keyCode); }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <utility>
 
 #include "ZYNCommon/MessageCodes.h"
 #include "ZYNCommon/RawPayloads.h"
@@ -121,6 +122,25 @@ void Listener::AnnouncePort() {
 }
 
 ExitCode Listener::Run() {
+    const ExitCode end = ListenToTheEnd();
+    GiveKeysBack();
+    return end;
+}
+
+/// Nobody answers from now on, and the daemon would swallow every key.
+void Listener::GiveKeysBack() {
+    const std::array off{Argument{"", "off"}};
+    constexpr double kPatienceSeconds = 1;
+    try {
+        const Answer answer =
+            Ask(FindQuestionKind("tap")->build(off), kPatienceSeconds, AskingMode());
+        if (mIsForwarding) Print(answer.message);
+    } catch (const Failure&) {
+        // Without a daemon there are no keys to give back.
+    }
+}
+
+ExitCode Listener::ListenToTheEnd() {
     using Clock = std::chrono::steady_clock;
     const Inbox inbox(mOptions.commands ? STDIN_FILENO : -1,
                       [this](const Inbox::Event& event) { TakeEvent(event); });
@@ -166,9 +186,14 @@ CFRef<CFDataRef> Listener::AnswerKeyEvent(std::span<const UInt8> payload) {
     const std::optional<bool> isLetThrough = event ? Judge(*event) : true;
     // Keys are what the user types: they are told only on demand.
     if (mOptions.showKeys) {
-        Tell(event ? DescribeKeyEvent(*event, !isLetThrough.value_or(false))
-                   : DecodeNotification(kMessageKeyEvent, payload));
+        Message message = event ? DescribeKeyEvent(*event, !isLetThrough.value_or(false))
+                                : DecodeNotification(kMessageKeyEvent, payload);
+        if (!isLetThrough) message.words += ", as the program gave no answer in time";
+        Tell(message);
+    } else {
+        TellOfSilence(!isLetThrough);
     }
+    mIsForwarding = true;
     if (!isLetThrough) return {};
     const UInt8 verdict = *isLetThrough ? kYesBit : 0;
     return MakeReply({&verdict, 1});
@@ -178,6 +203,14 @@ CFRef<CFDataRef> Listener::AnswerKeyEvent(std::span<const UInt8> payload) {
 std::optional<bool> Listener::Judge(const KeyEvent& event) {
     if (mOptions.swallow.Swallows(event)) return false;
     return mAdviser ? mAdviser->LetsThrough(event) : true;
+}
+
+/// Says when the program falls silent, once: what is typed then is lost, and nothing else shows it.
+void Listener::TellOfSilence(bool isSilent) {
+    if (std::exchange(mIsAdviserSilent, isSilent) || !isSilent) return;
+    Print(DescribeFailure({ExitCode::kNoAnswer,
+                           "the program of --ask gives no answer in time; "
+                           "keys are swallowed until it does"}));
 }
 
 CFRef<CFDataRef> Listener::AnswerStatusRequest() {
@@ -250,6 +283,7 @@ void Listener::Execute(std::span<const std::string> words) {
     }
     const Question question = kind->build(arguments);
     Print(Ask(question, kDefaultTimeoutSeconds, AskingMode()).message);
+    if (words[0] == "tap") mIsForwarding = words.back() == "on";
 }
 
 void Listener::ExecuteStatus(std::span<const std::string> words) {

@@ -50,10 +50,13 @@ class Listener {
     Listener& operator=(const Listener&) = delete;
 
     /// Says that the port is owned and listens until told to end, or until what the options wait
-    /// for has come (kAnswered) or has not come in time (kNoAnswer).
+    /// for has come (kAnswered) or has not come in time (kNoAnswer). Switches the forwarding of
+    /// keys off at the end.
     ExitCode Run();
 
   private:
+    ExitCode ListenToTheEnd();
+    void GiveKeysBack();
     void TakePort();
     void AnnouncePort();
 
@@ -62,6 +65,7 @@ class Listener {
     CFRef<CFDataRef> TakeMessage(SInt32 code, std::span<const UInt8> payload);
     CFRef<CFDataRef> AnswerKeyEvent(std::span<const UInt8> payload);
     std::optional<bool> Judge(const KeyEvent& event);
+    void TellOfSilence(bool isSilent);
     CFRef<CFDataRef> AnswerStatusRequest();
     /// Prints a message of the daemon and counts it.
     void Tell(const Message& message);
@@ -80,6 +84,9 @@ class Listener {
     Printer* mPrinter;
     unsigned long mTold = 0;
     std::optional<ExitCode> mEnd;
+    /// Whether keys are forwarded, as far as is known here.
+    bool mIsForwarding = false;
+    bool mIsAdviserSilent = false;
     std::optional<Adviser> mAdviser;
     std::unique_ptr<CACFLocalMessagePort> mPort;
 };
