@@ -36,7 +36,7 @@ LIBRARIES = {
     "linux": ["platform/linux"],
 }
 
-SEAMS = re.compile(r"Seams\.h$|CFRuntime\.h$|CollectionValues\.h$|WithoutExceptions\.h$")
+SEAMS = re.compile(r"(Seams|CFRuntime|CollectionValues|LoopClock|WithoutExceptions)\.h$")
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^>"]+)[>"]', re.MULTILINE)
 SYSTEM = re.compile(r"\b(__linux__|__APPLE__|__MACH__|_WIN32)\b")
 

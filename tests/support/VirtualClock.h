@@ -1,6 +1,6 @@
 #pragma once
 
-#include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/LoopClock.h>
 
 namespace kivo::test {
 

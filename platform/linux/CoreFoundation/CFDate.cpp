@@ -1,6 +1,6 @@
 #include <CoreFoundation/CFDate.h>
 #include <CoreFoundation/CFRuntime.h>
-#include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/LoopClock.h>
 
 #include <cmath>
 #include <ctime>

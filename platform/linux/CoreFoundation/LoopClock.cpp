@@ -1,4 +1,4 @@
-#include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/LoopClock.h>
 #include <time.h>
 
 #include <algorithm>

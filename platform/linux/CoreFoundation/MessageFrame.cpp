@@ -49,15 +49,6 @@ std::optional<FrameHeader> DecodeHeader(std::span<const uint8_t> bytes) {
     return header;
 }
 
-bool GrowingBuffer::Resize(size_t capacity) {
-    auto* bytes = static_cast<uint8_t*>(std::realloc(mBytes.get(), std::max<size_t>(capacity, 1)));
-    if (bytes == nullptr) return false;
-    static_cast<void>(mBytes.release());
-    mBytes.reset(bytes);
-    mCapacity = capacity;
-    return true;
-}
-
 std::span<uint8_t> FrameReader::Space() {
     if (mLongHeader) {
         const size_t wanted =

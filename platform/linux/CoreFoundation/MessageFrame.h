@@ -3,14 +3,14 @@
 // Inside of the layer only: the frames in which messages travel. docs/message-ports.md says the
 // same for other languages.
 
+#include <CoreFoundation/GrowingBuffer.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <span>
-#include <utility>
 
 namespace kivo {
 
@@ -30,39 +30,6 @@ constexpr uint32_t kLongestPayload = 128U << 20;
 std::array<uint8_t, kFrameHeaderBytes> EncodeHeader(const FrameHeader& header);
 /// None for a header with another magic, version or kind, or with a length over the limit.
 std::optional<FrameHeader> DecodeHeader(std::span<const uint8_t> bytes);
-
-/// Memory that grows without being cleared and, where the system can move pages, uncopied.
-class GrowingBuffer {
-  public:
-    GrowingBuffer() = default;
-    GrowingBuffer(GrowingBuffer&& other) noexcept
-        : mBytes(std::move(other.mBytes)), mCapacity(std::exchange(other.mCapacity, 0)) {}
-    GrowingBuffer& operator=(GrowingBuffer&& other) noexcept {
-        mBytes = std::move(other.mBytes);
-        mCapacity = std::exchange(other.mCapacity, 0);
-        return *this;
-    }
-    uint8_t* Bytes() const { return mBytes.get(); }
-    size_t Capacity() const { return mCapacity; }
-    /// Makes the capacity exactly `capacity`; false, and nothing changed, without memory.
-    bool Resize(size_t capacity);
-
-  private:
-    struct Free {
-        void operator()(uint8_t* bytes) const { std::free(bytes); }
-    };
-    std::unique_ptr<uint8_t, Free> mBytes;
-    size_t mCapacity = 0;
-};
-
-/// The one big buffer of the process that waits to be used again: filling fresh memory costs as
-/// much as reading a long message into it. Gone a second after its last use. From any thread.
-namespace SpareBuffer {
-/// The spare buffer, or an empty one when it is in use.
-GrowingBuffer Take();
-/// Keeps the buffer if it is worth it. The calling thread's loop forgets it.
-void Give(GrowingBuffer buffer);
-}  // namespace SpareBuffer
 
 struct Frame {
     FrameHeader header;

@@ -4,6 +4,7 @@
 
 #include <CFRef.h>
 #include <CoreFoundation/CFRuntime.h>
+#include <CoreFoundation/LoopClock.h>
 #include <CoreFoundation/RunLoopSeams.h>
 
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/LoopClock.h>
 #include <xcb/randr.h>
 #include <xcb/res.h>
 #include <xcb/xcb.h>

@@ -1,12 +1,25 @@
 #include <CFRef.h>
-#include <CoreFoundation/MessageFrame.h>
-#include <CoreFoundation/RunLoopSeams.h>
+#include <CoreFoundation/CFRunLoop.h>
+#include <CoreFoundation/GrowingBuffer.h>
+#include <CoreFoundation/LoopClock.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
-namespace kivo::SpareBuffer {
+namespace kivo {
+
+bool GrowingBuffer::Resize(size_t capacity) {
+    auto* bytes = static_cast<uint8_t*>(std::realloc(mBytes.get(), std::max<size_t>(capacity, 1)));
+    if (bytes == nullptr) return false;
+    static_cast<void>(mBytes.release());
+    mBytes.reset(bytes);
+    mCapacity = capacity;
+    return true;
+}
+
+namespace SpareBuffer {
 namespace {
 
 constexpr size_t kLeastBytes = 256 * 1024;
@@ -52,4 +65,5 @@ void Give(GrowingBuffer buffer) {
     Prolong();
 }
 
-}  // namespace kivo::SpareBuffer
+}  // namespace SpareBuffer
+}  // namespace kivo
