@@ -1,9 +1,7 @@
 #include "keyboard/evdev/EvdevKeySource.h"
 
 #include <Workspace.h>
-#include <sys/epoll.h>
 #include <sys/inotify.h>
-#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,9 +18,6 @@ namespace kivo::keyboard::evdev {
 namespace {
 
 constexpr char kFolder[] = "/dev/input";
-
-/// The keyboards and their clones; their folder, the beat and the guard.
-constexpr std::size_t kMostWatched = 2 * GuardPage::kSlots + 3;
 
 /// From the making of a clone until the session has opened it, as far as can be known from outside:
 /// udev has to look at it first. Measured 50 to 150 ms on an idle machine.
@@ -56,43 +51,19 @@ std::unique_ptr<EvdevKeySource> EvdevKeySource::Open() {
     return std::unique_ptr<EvdevKeySource>(new EvdevKeySource);
 }
 
-EvdevKeySource::EvdevKeySource()
-    : mPoll(epoll_create1(EPOLL_CLOEXEC)),
-      mChanges(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
-      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+EvdevKeySource::EvdevKeySource() : mChanges(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     // A new node belongs to root until udev has given it its rights.
     inotify_add_watch(mChanges.Get(), kFolder, IN_CREATE | IN_ATTRIB | IN_DELETE);
     inotify_add_watch(mChanges.Get(), kUinput, IN_ATTRIB);
-    Watch(mChanges.Get());
-    Watch(mBeat.Get());
-}
-
-void EvdevKeySource::Watch(int descriptor) {
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.fd = descriptor;
-    epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
-}
-
-/// The guard has copies of descriptors, so closing one does not end that it is watched.
-void EvdevKeySource::Unwatch(int descriptor) {
-    epoll_ctl(mPoll.Get(), EPOLL_CTL_DEL, descriptor, nullptr);
-}
-
-void EvdevKeySource::SetBeating(bool isBeating) {
-    const auto nanoseconds =
-        isBeating ? std::chrono::duration_cast<std::chrono::nanoseconds>(kBeat).count() : 0;
-    const itimerspec interval{{0, nanoseconds}, {0, nanoseconds}};
-    timerfd_settime(mBeat.Get(), 0, &interval, nullptr);
-    mGuard.Arm(isBeating);
+    mPoll.Watch(mChanges.Get());
 }
 
 // Holding
 
 void EvdevKeySource::Hold() {
-    if (mIsLost || !StartGuard()) return;
+    if (mIsLost || !mPoll.StartGuard()) return;
     mIsHolding = true;
-    SetBeating(true);
+    mPoll.SetBeating(true);
     Scan();
 }
 
@@ -117,7 +88,7 @@ void EvdevKeySource::StopListening() {
         if (device.state == State::kListening && !mGate->IsOwing(id)) MakeIdle(id, device);
         isAnyOpen |= device.state != State::kIdle;
     }
-    if (!isAnyOpen && !mIsLost) SetBeating(false);
+    if (!isAnyOpen && !mIsLost) mPoll.SetBeating(false);
 }
 
 void EvdevKeySource::MakeIdle(DeviceID id, Device& device) {
@@ -129,13 +100,13 @@ void EvdevKeySource::MakeIdle(DeviceID id, Device& device) {
 void EvdevKeySource::CloseKeyboard(Device& device) {
     mGuard.ForgetDevice(device.slot);
     device.isGuarded = false;
-    Unwatch(device.keyboard->Descriptor());
+    mPoll.Unwatch(device.keyboard->Descriptor());
     device.keyboard.reset();
 }
 
 void EvdevKeySource::CloseClone(Device& device) {
     if (!device.clone) return;
-    Unwatch(device.clone->Descriptor());
+    mPoll.Unwatch(device.clone->Descriptor());
     device.clone.reset();
 }
 
@@ -189,7 +160,7 @@ void EvdevKeySource::Prepare(Device& device, std::shared_ptr<Keyboard> keyboard)
     }
     device.keyboard = std::move(keyboard);
     device.state = State::kSettling;
-    Watch(device.keyboard->Descriptor());
+    mPoll.Watch(device.keyboard->Descriptor());
     mGuard.WatchDevice(device.slot, device.keyboard->Descriptor(), device.clone->Descriptor());
 }
 
@@ -205,7 +176,7 @@ bool EvdevKeySource::GiveClone(Device& device, const Keyboard& keyboard) {
     }
     device.name = keyboard.Name();
     device.settled = Clock::now() + kSettling;
-    Watch(device.clone->Descriptor());
+    mPoll.Watch(device.clone->Descriptor());
     return true;
 }
 
@@ -337,18 +308,12 @@ void EvdevKeySource::Read() {
     if (mGuard.IsFreed()) Lose();
     // Before what has become ready is looked up: a device that has gone until then tells so.
     SweepUp();
-    std::array<epoll_event, kMostWatched> ready{};
-    const int count = epoll_wait(mPoll.Get(), ready.data(), ready.size(), 0);
-    for (int i = 0; i < count; ++i) {
-        ReadFrom(ready[static_cast<std::size_t>(i)].data.fd);
-    }
+    mPoll.ReadReady([this](int descriptor) { ReadFrom(descriptor); });
     GrabWhatIsReady();
     StopListening();
 }
 
 void EvdevKeySource::ReadFrom(int descriptor) {
-    std::uint64_t count = 0;
-    if (descriptor == mBeat.Get() && read(descriptor, &count, sizeof count) > 0) mGuard.Beat();
     if (descriptor == mGuard.Descriptor()) ReadGuard();
     if (descriptor == mChanges.Get()) ReadChanges();
     for (auto& [id, device] : mDevices) {
@@ -390,17 +355,6 @@ void EvdevKeySource::ReadLights(Device& device) {
 
 // The guard
 
-bool EvdevKeySource::StartGuard() {
-    if (mGuard.IsRunning()) return true;
-    const std::string failure = mGuard.Start();
-    if (!failure.empty()) {
-        NSLog(CFSTR("Keyboards are not held, because nobody could free them: %s"), failure.c_str());
-        return false;
-    }
-    Watch(mGuard.Descriptor());
-    return true;
-}
-
 void EvdevKeySource::ReadGuard() {
     for (;;) {
         std::uint32_t slot = 0;
@@ -437,7 +391,7 @@ void EvdevKeySource::Lose() {
         CloseClone(device);
         device.state = State::kGone;
     }
-    SetBeating(false);
+    mPoll.SetBeating(false);
     mGate->Forget();
     mGate->Disable(DisabledBy::kTimeout);
 }

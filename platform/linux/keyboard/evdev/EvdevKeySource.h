@@ -9,7 +9,7 @@
 #include "keyboard/KeySource.h"
 #include "keyboard/evdev/Clone.h"
 #include "keyboard/evdev/Keyboard.h"
-#include "keyboard/guard/GuardLink.h"
+#include "keyboard/guard/GuardedPoll.h"
 
 namespace kivo::keyboard::evdev {
 
@@ -26,7 +26,7 @@ class EvdevKeySource final : public KeySource {
 
     const char* Name() const override { return "evdev and uinput"; }
     void Attach(KeyGate& gate) override { mGate = &gate; }
-    int Descriptor() const override { return mPoll.Get(); }
+    int Descriptor() const override { return mPoll.Descriptor(); }
     void Read() override;
     void Hold() override;
     void LetGo() override;
@@ -61,10 +61,6 @@ class EvdevKeySource final : public KeySource {
 
     EvdevKeySource();
 
-    void Watch(int descriptor);
-    void Unwatch(int descriptor);
-    void SetBeating(bool isBeating);
-
     // Keyboards that come and go
     void Scan();
     void Add(const std::string& path);
@@ -94,16 +90,14 @@ class EvdevKeySource final : public KeySource {
     void StopListening();
 
     // The guard
-    bool StartGuard();
     void ReadGuard();
     void TakeReady(std::uint32_t slot);
     void Lose();
 
     KeyGate* mGate = nullptr;
-    FileDescriptor mPoll;
+    GuardedPoll mPoll;
+    GuardLink& mGuard = mPoll.Guard();
     FileDescriptor mChanges;
-    FileDescriptor mBeat;
-    GuardLink mGuard;
     bool mIsHolding = false;
     bool mIsLost = false;
     Devices mDevices;

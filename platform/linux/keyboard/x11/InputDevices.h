@@ -21,6 +21,9 @@ using KeySet = std::bitset<256>;
 
 /// X11 numbers keys from 8 on, as the servers on Linux do with the kernel's numbers.
 inline constexpr KeyCode kFirstKeycode = 8;
+inline KeyCode CodeOf(std::uint32_t keycode) {
+    return static_cast<KeyCode>(keycode - kFirstKeycode);
+}
 
 struct Keyboard {
     DeviceNumber number = 0;

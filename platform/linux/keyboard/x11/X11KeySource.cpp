@@ -1,10 +1,7 @@
 #include "keyboard/x11/X11KeySource.h"
 
 #include <linux/input-event-codes.h>
-#include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <sys/timerfd.h>
-#include <unistd.h>
 #include <xcb/xinput.h>
 
 #include <algorithm>
@@ -33,15 +30,6 @@ constexpr std::uint16_t kMapChanges =
 constexpr std::uint32_t kRawKeyMask =
     XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
 
-template <typename Contents>
-const Contents& As(const void* event) {
-    return *static_cast<const Contents*>(event);
-}
-
-KeyCode CodeOf(std::uint32_t keycode) {
-    return static_cast<KeyCode>(keycode - kFirstKeycode);
-}
-
 std::uint8_t KeycodeOf(KeyCode code) {
     return static_cast<std::uint8_t>(code + kFirstKeycode);
 }
@@ -56,17 +44,6 @@ std::vector<KeyCode> CodesOf(const KeySet& keys) {
 
 KeySet WhereTwoAgree(const KeySet& one, const KeySet& other, const KeySet& third) {
     return (one & other) | (one & third) | (other & third);
-}
-
-template <typename KeyEventOfServer>
-KeyEvent EventOf(DeviceID device, const KeyEventOfServer& key, Action action) {
-    const bool isRepeat = (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
-    return {device, CodeOf(key.detail), isRepeat ? Action::kRepeat : action};
-}
-
-/// Of the numbers of requests, which start anew.
-bool IsBefore(std::uint32_t one, std::uint32_t other) {
-    return static_cast<std::int32_t>(one - other) < 0;
 }
 
 void LogThatKeyboardsAreGivenBack() {
@@ -90,27 +67,17 @@ X11KeySource::X11KeySource(xcb_connection_t* connection)
     : mConnection(connection),
       mRoot(RootWindow(connection)),
       mResource(xcb_generate_id(connection)),
-      mForPrograms(KeyboardForPrograms(connection).value_or(0)),
-      mPoll(epoll_create1(EPOLL_CLOEXEC)),
-      mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+      mTyping(connection),
+      mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     xcb_create_window(connection, 0, mResource, mRoot, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     xcb_flush(connection);
-    Watch(xcb_get_file_descriptor(connection));
-    Watch(mWake.Get());
-    Watch(mBeat.Get());
+    mPoll.Watch(xcb_get_file_descriptor(connection));
+    mPoll.Watch(mWake.Get());
 }
 
 X11KeySource::~X11KeySource() {
     xcb_disconnect(mConnection);
-}
-
-void X11KeySource::Watch(int descriptor) {
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.fd = descriptor;
-    epoll_ctl(mPoll.Get(), EPOLL_CTL_ADD, descriptor, &event);
 }
 
 /// Waiting for a reply may have read events, of which the descriptor then tells nothing.
@@ -152,10 +119,9 @@ void X11KeySource::SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uin
 
 void X11KeySource::GrabAll() {
     SelectEvents(false);
-    SetBeating(true);
+    mPoll.SetBeating(true);
     mIsListening = true;
-    mMap = KeyboardMap::Read(mConnection, mForPrograms);
-    if (!mMapBefore) mMapBefore = mMap;
+    mTyping.TakeOver();
     for (const Keyboard& keyboard : AttachedKeyboards(mConnection)) {
         Grab(keyboard.number);
     }
@@ -234,40 +200,21 @@ void X11KeySource::StopListening() {
     }
     if (!mKeyboards.empty()) return;
     mIsListening = false;
-    if (mMap != mMapBefore) mMapBefore.Write(mConnection, mForPrograms);
-    mMapBefore = {};
-    mTyped = {};
+    mTyping.Restore();
     const InputMask nothing{{XCB_INPUT_DEVICE_ALL, 1}, 0};
     xcb_input_xi_select_events(mConnection, mRoot, 1, &nothing.header);
-    SetBeating(false);
-}
-
-void X11KeySource::SetBeating(bool isBeating) {
-    const auto nanoseconds =
-        isBeating ? std::chrono::duration_cast<std::chrono::nanoseconds>(kBeat).count() : 0;
-    const itimerspec interval{{0, nanoseconds}, {0, nanoseconds}};
-    timerfd_settime(mBeat.Get(), 0, &interval, nullptr);
-    mGuard.Arm(isBeating);
+    mPoll.SetBeating(false);
 }
 
 // What the gate says
 
 void X11KeySource::Press(DeviceID device, KeyCode code) {
-    const std::uint8_t keycode = KeycodeOf(code);
-    if (mTyped[keycode]++ > 0) return;
-    UseMapOf(device);
-    TypeKey(mConnection, keycode, true);
-    xcb_flush(mConnection);
+    if (mTyping.Press(KeycodeOf(code), MapOf(device))) Wake();
     if (code == KEY_CAPSLOCK) ReadCapsLock();
 }
 
 void X11KeySource::Release(DeviceID device, KeyCode code, PressedBy by) {
-    const std::uint8_t keycode = KeycodeOf(code);
-    if (by == PressedBy::kGate) --mTyped[keycode];
-    if (mTyped[keycode] > 0) return;
-    UseMapOf(device);
-    TypeKey(mConnection, keycode, false);
-    xcb_flush(mConnection);
+    if (mTyping.Release(KeycodeOf(code), MapOf(device), by)) Wake();
 }
 
 void X11KeySource::Close(DeviceID device) {
@@ -281,24 +228,17 @@ void X11KeySource::Close(DeviceID device) {
 void X11KeySource::Read() {
     constexpr int kTurnsOfKeysAlone = 4;
     const bool isAny = !mIsLost && !mGuard.IsFreed() && ReadServer();
-    if (!isAny || ++mTurnsOfKeys >= kTurnsOfKeysAlone) ReadOthers();
+    if (!isAny || ++mTurnsOfKeys >= kTurnsOfKeysAlone) {
+        mTurnsOfKeys = 0;
+        mPoll.ReadReady([this](int descriptor) { ReadOther(descriptor); });
+    }
     StopListening();
 }
 
-/// Wakes, beats and what the guard reports.
-void X11KeySource::ReadOthers() {
-    mTurnsOfKeys = 0;
-    std::array<epoll_event, 4> ready{};
-    const int count = epoll_wait(mPoll.Get(), ready.data(), static_cast<int>(ready.size()), 0);
-    for (int i = 0; i < count; ++i) {
-        std::uint64_t ignored = 0;
-        const int descriptor = ready[static_cast<std::size_t>(i)].data.fd;
-        if (descriptor == mWake.Get()) eventfd_read(descriptor, &ignored);
-        if (descriptor == mBeat.Get() && read(descriptor, &ignored, sizeof ignored) > 0) {
-            mGuard.Beat();
-        }
-        if (descriptor == mGuard.Descriptor()) ReadGuard();
-    }
+void X11KeySource::ReadOther(int descriptor) {
+    eventfd_t ignored = 0;
+    if (descriptor == mWake.Get()) eventfd_read(descriptor, &ignored);
+    if (descriptor == mGuard.Descriptor()) ReadGuard();
 }
 
 /// Takes in what the server has sent; false when that was nothing. xcb reads 4 KiB at a time, so
@@ -328,112 +268,23 @@ int X11KeySource::TakeEvents(xcb_generic_event_t* (*poll)(xcb_connection_t*)) {
     return count;
 }
 
-void X11KeySource::TakeEvent(const xcb_generic_event_t& event) {
-    const auto type = event.response_type & 0x7F;
-    if (type == XCB_GE_GENERIC) {
-        return TakeInputEvent(As<xcb_ge_generic_event_t>(&event));
-    }
-    const auto* const keyboard = xcb_get_extension_data(mConnection, &xcb_xkb_id);
-    if (type == keyboard->first_event) TakeKeyboardEvent(event);
-}
-
-void X11KeySource::TakeInputEvent(const xcb_ge_generic_event_t& event) {
-    if (event.extension != xcb_get_extension_data(mConnection, &xcb_input_id)->major_opcode) return;
-    switch (event.event_type) {
-        case XCB_INPUT_KEY_PRESS:
-            return TakeKey(&event, Action::kPress);
-        case XCB_INPUT_KEY_RELEASE:
-            return TakeKey(&event, Action::kRelease);
-        case XCB_INPUT_RAW_KEY_PRESS:
-            return TakeRawKey(&event, Action::kPress);
-        case XCB_INPUT_RAW_KEY_RELEASE:
-            return TakeRawKey(&event, Action::kRelease);
-        case XCB_INPUT_HIERARCHY:
-            return TakeHierarchy(&event);
-        default:
-            break;
-    }
-}
-
-/// A key of a keyboard that is grabbed, or was when it was pressed.
-void X11KeySource::TakeKey(const void* event, Action action) {
-    const auto& key = As<xcb_input_key_press_event_t>(event);
-    const auto keyboard = Find(key.deviceid);
-    if (keyboard == mKeyboards.end()) return;
-    mGate->FeedHeld(EventOf(keyboard->first, key, action));
-}
-
-/// A key of a keyboard that was given back: the session got it as well.
-void X11KeySource::TakeRawKey(const void* event, Action action) {
-    const auto& key = As<xcb_input_raw_key_press_event_t>(event);
-    const auto keyboard = Find(key.deviceid);
-    if (keyboard == mKeyboards.end() || keyboard->second.isGrabbed) return;
-    if (IsBefore(key.full_sequence, keyboard->second.ungrab)) return;
-    mGate->Feed(EventOf(keyboard->first, key, action));
-}
-
-/// A keyboard that was disabled and enabled, as on suspending, is attached to the session although
-/// the grab holds on: what is swallowed reached applications then, so it is grabbed anew.
-void X11KeySource::TakeHierarchy(const void* event) {
-    constexpr std::uint32_t kCame = XCB_INPUT_HIERARCHY_MASK_SLAVE_ADDED |
-                                    XCB_INPUT_HIERARCHY_MASK_SLAVE_ATTACHED |
-                                    XCB_INPUT_HIERARCHY_MASK_DEVICE_ENABLED;
-    constexpr std::uint32_t kWent =
-        XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
-    const auto& hierarchy = As<xcb_input_hierarchy_event_t>(event);
-    auto info = xcb_input_hierarchy_infos_iterator(&hierarchy);
-    for (; info.rem > 0; xcb_input_hierarchy_info_next(&info)) {
-        const auto keyboard = Find(info.data->deviceid);
-        if ((info.data->flags & kWent) == 0 || keyboard == mKeyboards.end()) continue;
-        keyboard->second.number = 0;
-        keyboard->second.isGrabbed = false;
-        mGate->Close(keyboard->first);
-    }
-    if ((hierarchy.flags & kCame) != 0 && mIsHolding) GrabAll();
-}
-
-void X11KeySource::TakeKeyboardEvent(const xcb_generic_event_t& event) {
-    const std::uint8_t kind = event.pad0;
-    if (kind == XCB_XKB_STATE_NOTIFY) {
-        const auto& state = As<xcb_xkb_state_notify_event_t>(&event);
-        mGate->SetCapsLock((state.lockedMods & XCB_MOD_MASK_LOCK) != 0);
-    }
-    if (kind != XCB_XKB_NEW_KEYBOARD_NOTIFY && kind != XCB_XKB_MAP_NOTIFY) return;
-    // The events of both kinds have the keyboard in the same place.
-    const auto keyboard = Find(As<xcb_xkb_map_notify_event_t>(&event).deviceID);
-    if (keyboard == mKeyboards.end()) return SpreadChangedMap();
-    keyboard->second.map = KeyboardMap::Read(mConnection, keyboard->second.number);
-    Wake();
-}
-
 // Maps
 
-/// A key means what it does on its own keyboard: the keyboard for programs gets that one's map.
-void X11KeySource::UseMapOf(DeviceID device) {
+/// Null for a keyboard that is not known.
+KeyboardMap* X11KeySource::MapOf(DeviceID device) {
     const auto keyboard = mKeyboards.find(device);
-    if (keyboard == mKeyboards.end() || !keyboard->second.map) return;
-    KeyboardMap& map = keyboard->second.map;
-    if (map != mMap) {
-        map.Write(mConnection, mForPrograms);
-        // As the server keeps it, to be told from a change that somebody else makes.
-        mMap = KeyboardMap::Read(mConnection, mForPrograms);
-        Wake();
-    }
-    // A copy, so that to compare them with the next key is little work.
-    map = mMap;
+    return keyboard == mKeyboards.end() ? nullptr : &keyboard->second.map;
 }
 
 /// The session's layout was changed. Keyboards that are grabbed are not told, and would bring the
 /// old one back as soon as they are the session's again.
 void X11KeySource::SpreadChangedMap() {
     if (!mIsListening) return;
-    KeyboardMap map = KeyboardMap::Read(mConnection, mForPrograms);
-    if (!map || map == mMap) return;
-    mMap = std::move(map);
-    mMapBefore = mMap;
+    const KeyboardMap map = mTyping.TakeChangedMap();
+    if (!map) return;
     for (auto& [id, keyboard] : mKeyboards) {
-        mMap.Write(mConnection, keyboard.number);
-        keyboard.map = mMap;
+        map.Write(mConnection, keyboard.number);
+        keyboard.map = map;
     }
     Wake();
 }
@@ -455,13 +306,7 @@ void X11KeySource::CopySessionsRepeatRate() {
 // The guard
 
 void X11KeySource::StartGuard() {
-    if (mGuard.IsRunning()) return;
-    const std::string failure = mGuard.Start();
-    if (!failure.empty()) {
-        NSLog(CFSTR("Keyboards are not held, because nobody could free them: %s"), failure.c_str());
-        return;
-    }
-    Watch(mGuard.Descriptor());
+    if (mGuard.IsRunning() || !mPoll.StartGuard()) return;
     const char* const display = std::getenv("DISPLAY");
     mGuard.WatchX11(display == nullptr ? "" : display, mResource);
 }
@@ -502,8 +347,8 @@ void X11KeySource::Lose() {
     UngrabAll();
     xcb_flush(mConnection);
     mKeyboards.clear();
-    SetBeating(false);
-    epoll_ctl(mPoll.Get(), EPOLL_CTL_DEL, xcb_get_file_descriptor(mConnection), nullptr);
+    mPoll.SetBeating(false);
+    mPoll.Unwatch(xcb_get_file_descriptor(mConnection));
     mGate->Forget();
     mGate->Disable(DisabledBy::kTimeout);
 }

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <array>
 #include <map>
 #include <memory>
 
 #include "CoreFoundation/FileDescriptor.h"
 #include "keyboard/KeySource.h"
-#include "keyboard/guard/GuardLink.h"
+#include "keyboard/guard/GuardedPoll.h"
 #include "keyboard/x11/InputDevices.h"
 #include "keyboard/x11/KeyboardMap.h"
+#include "keyboard/x11/TypingKeyboard.h"
 
 namespace kivo::keyboard::x11 {
 
@@ -29,7 +29,7 @@ class X11KeySource final : public KeySource {
 
     const char* Name() const override { return "X11 (XInput 2 and XTEST)"; }
     void Attach(KeyGate& gate) override { mGate = &gate; }
-    int Descriptor() const override { return mPoll.Get(); }
+    int Descriptor() const override { return mPoll.Descriptor(); }
     void Read() override;
     void Hold() override;
     void LetGo() override;
@@ -52,7 +52,6 @@ class X11KeySource final : public KeySource {
 
     explicit X11KeySource(xcb_connection_t* connection);
 
-    void Watch(int descriptor);
     void Wake();
 
     // Holding
@@ -66,10 +65,9 @@ class X11KeySource final : public KeySource {
     void UngrabAll();
     void TakeWhatWasHeld();
     void StopListening();
-    void SetBeating(bool isBeating);
 
     // Events
-    void ReadOthers();
+    void ReadOther(int descriptor);
     bool ReadServer();
     int TakeEvents(xcb_generic_event_t* (*poll)(xcb_connection_t*));
     void TakeEvent(const xcb_generic_event_t& event);
@@ -80,7 +78,7 @@ class X11KeySource final : public KeySource {
     void TakeKeyboardEvent(const xcb_generic_event_t& event);
 
     // Maps
-    void UseMapOf(DeviceID keyboard);
+    KeyboardMap* MapOf(DeviceID keyboard);
     void SpreadChangedMap();
     void ReadCapsLock();
     void CopySessionsRepeatRate();
@@ -95,24 +93,18 @@ class X11KeySource final : public KeySource {
     const xcb_window_t mRoot;
     /// What the guard names to have this connection closed.
     const xcb_window_t mResource;
-    const DeviceNumber mForPrograms;
+    TypingKeyboard mTyping;
     KeyGate* mGate = nullptr;
-    FileDescriptor mPoll;
+    GuardedPoll mPoll;
+    GuardLink& mGuard = mPoll.Guard();
     FileDescriptor mWake;
-    FileDescriptor mBeat;
     int mTurnsOfKeys = 0;
-    GuardLink mGuard;
     bool mIsGuardReady = false;
     bool mIsHolding = false;
     bool mIsListening = false;
     bool mIsLost = false;
     Keyboards mKeyboards;
     DeviceID mLastID = 0;
-    /// On how many keyboards a key is down that was let through: there is one keyboard to type on.
-    std::array<int, 256> mTyped{};
-    /// The map that the keyboard for programs has now, and had before.
-    KeyboardMap mMap;
-    KeyboardMap mMapBefore;
 };
 
 }  // namespace kivo::keyboard::x11
