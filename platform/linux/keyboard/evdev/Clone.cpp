@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <array>
@@ -61,6 +63,15 @@ std::unique_ptr<Clone> Clone::Make(const libevdev* original, int originalDescrip
 std::string Clone::Node() const {
     const char* const node = libevdev_uinput_get_devnode(mDevice.get());
     return node == nullptr ? "" : node;
+}
+
+bool Clone::IsAnnounced() const {
+    if (access("/run/udev/control", F_OK) != 0) return true;
+    struct stat node {};
+    if (stat(Node().c_str(), &node) != 0) return false;
+    const std::string record = "/run/udev/data/c" + std::to_string(major(node.st_rdev)) + ":" +
+                               std::to_string(minor(node.st_rdev));
+    return access(record.c_str(), F_OK) == 0;
 }
 
 void Clone::Send(std::uint16_t type, std::uint16_t code, std::int32_t value) {

@@ -36,6 +36,8 @@ class Clone {
     int Descriptor() const { return mDescriptor.Get(); }
     /// The path of its device node; empty when the kernel does not tell.
     std::string Node() const;
+    /// Whether udev has looked at it, after which the session is told; true where there is no udev.
+    bool IsAnnounced() const;
     /// Whether the clone can be had at all: uinput is there and may be used.
     static bool IsPossible();
 

@@ -19,11 +19,11 @@ namespace {
 
 constexpr char kFolder[] = "/dev/input";
 
-/// From the making of a clone until the session has opened it, as far as can be known from outside:
-/// udev has to look at it first. Measured 50 to 150 ms on an idle machine.
+/// From the word of a clone until the session has opened it, as far as can be known from outside.
+/// Measured 50 to 150 ms on an idle machine.
 constexpr std::chrono::milliseconds kSettling{500};
-/// For an X server that has not opened the clone by then.
-constexpr std::chrono::milliseconds kPatience{2000};
+/// From the making of a clone, for what tells of it to do so: udev, then an X server.
+constexpr std::chrono::milliseconds kPatience{3000};
 /// Between two attempts to hold a keyboard that somebody else holds.
 constexpr std::chrono::milliseconds kRetry{1000};
 
@@ -175,7 +175,8 @@ bool EvdevKeySource::GiveClone(Device& device, const Keyboard& keyboard) {
         return false;
     }
     device.name = keyboard.Name();
-    device.settled = Clock::now() + kSettling;
+    device.made = Clock::now();
+    device.isAnnounced = false;
     mPoll.Watch(device.clone->Descriptor());
     return true;
 }
@@ -183,18 +184,23 @@ bool EvdevKeySource::GiveClone(Device& device, const Keyboard& keyboard) {
 void EvdevKeySource::GrabWhatIsReady() {
     if (!mIsHolding) return;
     for (auto& [id, device] : mDevices) {
-        if (device.state == State::kSettling && device.isGuarded &&
-            Clock::now() >= device.settled && IsAtHomeInX(device)) {
+        if (device.state == State::kSettling && device.isGuarded && IsSettled(device)) {
             Grab(id, device);
         }
     }
 }
 
-/// In a session of an X server the clone means what the keyboard means there before anybody types
-/// on it. False as long as it is worth waiting for the server to have it.
-bool EvdevKeySource::IsAtHomeInX(const Device& device) {
-    return x11::LikenClone(device.clone->Node(), device.path) ||
-           Clock::now() >= device.settled + kPatience;
+/// Whether the session has had the time to open the clone. In a session of an X server the clone
+/// means by then what the keyboard means there.
+bool EvdevKeySource::IsSettled(Device& device) {
+    const auto now = Clock::now();
+    const bool isLate = now >= device.made + kPatience;
+    if (!device.isAnnounced && (isLate || device.clone->IsAnnounced())) {
+        device.isAnnounced = true;
+        device.settled = now + kSettling;
+    }
+    if (!device.isAnnounced || now < device.settled) return false;
+    return x11::LikenClone(device.clone->Node(), device.path) || isLate;
 }
 
 void EvdevKeySource::Grab(DeviceID id, Device& device) {

@@ -52,8 +52,10 @@ class EvdevKeySource final : public KeySource {
         /// Shared with who reads from it just now.
         std::shared_ptr<Keyboard> keyboard;
         std::unique_ptr<Clone> clone;
-        Clock::time_point settled;
-        std::uint32_t slot = 0;  ///< at the guard
+        Clock::time_point made;  ///< its clone
+        bool isAnnounced = false;
+        Clock::time_point settled;  ///< from when it is tried to grab it, once it is announced
+        std::uint32_t slot = 0;     ///< at the guard
         bool isGuarded = false;
         bool isRefused = false;  ///< another program holds it, which was logged
     };
@@ -69,7 +71,7 @@ class EvdevKeySource final : public KeySource {
     bool GiveClone(Device& device, const Keyboard& keyboard);
     std::uint32_t FreeSlot() const;
     void GrabWhatIsReady();
-    static bool IsAtHomeInX(const Device& device);
+    static bool IsSettled(Device& device);
     void Grab(DeviceID id, Device& device);
     void TryAgainLater(Device& device);
     void GiveBack(Device& device);

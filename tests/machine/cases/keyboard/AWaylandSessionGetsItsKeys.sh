@@ -13,6 +13,11 @@ start_tap 11
 grep "evdev and uinput" /tmp/tap.log
 key a down
 expect_typed +30
+# Not before the compositor can have the clone: what is sent until then reaches nobody.
+udevadm control --stop-exec-queue
+echo on >&7
+fails await 1 is_held /dev/input/event0 >/dev/null
+udevadm control --start-exec-queue
 forward on
 key a up
 expect_typed -30

@@ -12,7 +12,7 @@ kill_the_tap() {
     expect_typed +30
     kill -KILL "$TAP"
     key shift up
-    await 1 has_typed -30 -42 || await 1 has_typed -42 -30
+    await 1 has_let_go 30 42
     expect_free_within_a_second
     key a up
     tap a
@@ -32,6 +32,7 @@ stop_the_tap() {
     kill -STOP "$TAP"
     key shift up
     tap c
+    await 2 has_let_go 30 42
     expect_free_within_a_second
     tap a
     kill -CONT "$TAP"
@@ -45,6 +46,14 @@ stop_the_tap() {
     expect_typed +48 -48
     is_free /dev/input/event0
     grep "given back" /tmp/tap.log
+}
+
+# has_let_go CODE...: the session has got the releases of these keys.
+has_let_go() {
+    local code
+    for code in "$@"; do
+        grep --quiet --line-regexp --regexp="-$code" "$TYPED" || return 1
+    done
 }
 
 # unplug_keyboards: a second keyboard is plugged in while keys are forwarded, and is held too; it is
