@@ -6,7 +6,7 @@ start_udev() {
     mkdir -p /run/udev/rules.d
     [ $# -eq 0 ] || cp "$@" /run/udev/rules.d/
     /lib/systemd/systemd-udevd --daemon >/tmp/udevd.log 2>&1
-    udevadm trigger --action=add --subsystem-match=input --subsystem-match=misc --subsystem-match=tty
+    udevadm trigger --action=add --subsystem-match=input --subsystem-match=misc
     udevadm settle
 }
 
