@@ -175,6 +175,15 @@ TEST_F(X11ScriptedTest, AChangeBetweenTheQuestionAndTheObservationIsTold) {
     EXPECT_THAT(mTold, ElementsAre("Other"));
 }
 
+TEST_F(X11ScriptedTest, AnActivationThatIsReadWithAnAnswerIsTold) {
+    ObserveFrom(mOne->Window());
+    mScript->MakeActive(mOther->Window());
+    // The server sends its events in front of what it answers next.
+    mDesktop->Pointer();
+    EXPECT_TRUE(Await([&] { return !mTold.empty(); }));
+    EXPECT_THAT(mTold, ElementsAre("Other"));
+}
+
 TEST_F(X11ScriptedTest, AnObserverMayEndTheObservationWhenItIsTold) {
     mScript->MakeActive(mOne->Window());
     mDesktop->FrontApplication();
