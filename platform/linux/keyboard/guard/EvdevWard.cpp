@@ -9,9 +9,10 @@ namespace kivo::keyboard {
 
 void EvdevWard::Free() {
     ioctl(mDevice.Get(), EVIOCGRAB, 0);
-    // The kernel releases all keys of a device that goes.
-    ioctl(mClone.Get(), UI_DEV_DESTROY);
+    // At once: what goes up from now on the session sees by itself.
     ReleaseWhatIsUp();
+    // The kernel releases all keys of a device that goes, which takes a while.
+    ioctl(mClone.Get(), UI_DEV_DESTROY);
 }
 
 /// What was pressed before the grab and let go of since: nobody but the daemon saw that.

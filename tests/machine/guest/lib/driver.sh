@@ -56,3 +56,9 @@ start_forwarding() {
     await 10 "$KIVO_BUILD/bin/kivoctl" tap on
     await 10 is_held /dev/input/event0
 }
+
+# end_forwarding: ends that daemon.
+end_forwarding() {
+    kill -INT "$(driver_process)"
+    await 20 fails driver_process
+}
