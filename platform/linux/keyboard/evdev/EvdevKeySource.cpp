@@ -216,8 +216,17 @@ void EvdevKeySource::Grab(DeviceID id, Device& device) {
         mGuard.SetDownBefore(device.slot, code, isDown);
     }
     mGate->Open(id, down);
-    if (device.keyboard->HasLight(LED_CAPSL)) {
-        mGate->SetCapsLock(device.keyboard->IsLightOn(LED_CAPSL));
+    TakeOverLights(device);
+}
+
+/// The kernel passes on only what changes: what the session then switches on the clone is heard of
+/// if the clone's lights have been the keyboard's.
+void EvdevKeySource::TakeOverLights(Device& device) {
+    for (const std::uint16_t light : {LED_NUML, LED_CAPSL, LED_SCROLLL}) {
+        if (!device.keyboard->HasLight(light)) continue;
+        const bool isOn = device.keyboard->IsLightOn(light);
+        device.clone->Send(EV_LED, light, isOn ? 1 : 0);
+        if (light == LED_CAPSL) mGate->SetCapsLock(isOn);
     }
 }
 

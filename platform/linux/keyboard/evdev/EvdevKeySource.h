@@ -73,6 +73,7 @@ class EvdevKeySource final : public KeySource {
     void GrabWhatIsReady();
     static bool IsSettled(Device& device);
     void Grab(DeviceID id, Device& device);
+    void TakeOverLights(Device& device);
     void TryAgainLater(Device& device);
     void GiveBack(Device& device);
     void MakeIdle(DeviceID id, Device& device);

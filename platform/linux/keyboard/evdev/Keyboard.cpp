@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "keyboard/evdev/Clone.h"
+#include "keyboard/evdev/Grab.h"
 
 namespace kivo::keyboard::evdev {
 namespace {
@@ -87,7 +88,7 @@ bool Keyboard::Grab() {
 }
 
 void Keyboard::Ungrab() {
-    ioctl(mDescriptor.Get(), EVIOCGRAB, 0);
+    EndGrab(mDescriptor.Get());
 }
 
 void Keyboard::ReleaseForOthers(KeyCode code) {

@@ -5,10 +5,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "keyboard/evdev/Grab.h"
+
 namespace kivo::keyboard {
 
 void EvdevWard::Free() {
-    ioctl(mDevice.Get(), EVIOCGRAB, 0);
+    evdev::EndGrab(mDevice.Get());
     // At once: what goes up from now on the session sees by itself.
     ReleaseWhatIsUp();
     // The kernel releases all keys of a device that goes, which takes a while.
