@@ -123,8 +123,11 @@ void X11KeySource::GrabAll() {
     mIsListening = true;
     mTyping.TakeOver();
     for (const Keyboard& keyboard : AttachedKeyboards(mConnection)) {
+        // Each takes some answers of the server, which may be slow.
+        mGuard.Beat();
         Grab(keyboard.number);
     }
+    mGuard.Beat();
     ReadCapsLock();
     Wake();
 }
@@ -282,6 +285,7 @@ void X11KeySource::SpreadChangedMap() {
     if (!mIsListening) return;
     const KeyboardMap map = mTyping.TakeChangedMap();
     if (!map) return;
+    mGuard.Beat();
     for (auto& [id, keyboard] : mKeyboards) {
         map.Write(mConnection, keyboard.number);
         keyboard.map = map;
