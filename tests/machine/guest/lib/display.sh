@@ -84,3 +84,29 @@ expect_text() {
     expect_equal "text of the window" "$1" "$(tr --delete '\n' <"$TEXT")"
     : >"$TEXT"
 }
+
+# hold_by_the_server: from now on taps hold keyboards by the X server, which says who holds what.
+# shellcheck disable=SC2317 # other functions call these
+hold_by_the_server() {
+    export KIVO_KEYBOARD=x11
+    # It cuts off what somebody holds.
+    is_held() {
+        local name
+        read -r name <"/sys/class/input/${1##*/}/device/name"
+        xinput list | grep --fixed-strings "$name" | grep --quiet "floating slave"
+    }
+    # After a failure the guard has to release what was typed, too.
+    is_free() {
+        fails is_held "$1" && fails types_for_somebody
+    }
+    types_for_somebody() {
+        xinput query-state "Virtual core XTEST keyboard" | grep --quiet =down
+    }
+    # The server's programs are slow here; that it takes no longer than a second others prove.
+    expect_free_within_a_second() {
+        await 10 is_free /dev/input/event0
+        : >"$TYPED"
+        tap z
+        expect_typed +44 -44
+    }
+}
