@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <string_view>
 #include <vector>
@@ -13,7 +14,8 @@ namespace kivo::bench {
 
 /// The main function of a benchmark program: measures, in a run-time folder of its own so that
 /// no port of the session is met, and prints for people or, with --json, for bench/table.py.
-inline int RunProgram(int argc, char** argv, std::vector<Comparison> (*measure)()) {
+inline int RunProgram(int argc, char** argv,
+                      const std::function<std::vector<Comparison>()>& measure) {
     const bool isForTable = argc > 1 && std::string_view(argv[1]) == "--json";
     try {
         const test::TemporaryFolder folder;

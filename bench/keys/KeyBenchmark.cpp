@@ -1,12 +1,11 @@
 #include "bench/keys/KeyBenchmark.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
-#include <string_view>
 #include <thread>
 
-#include "bench/Comparison.h"
+#include "bench/Program.h"
 #include "bench/keys/DaemonAndCenter.h"
 
 namespace kivo::bench {
@@ -58,14 +57,13 @@ void PrintTimes(const char* what, const Samples& samples) {
                  samples.Count(), kBlocks * kKeysPerBlock);
 }
 
-void Report(const Times& times, const std::string& source, bool isAsJSON) {
+Comparison Compare(const Times& times, const std::string& source) {
     PrintTimes("no tap", times.bare);
     PrintTimes("minimal loop", times.minimal);
     PrintTimes("daemon and control center", times.daemon);
     const double bare = times.bare.Quantile(0.5);
-    const Comparison added{"key_added_vs_floor_" + source, kAim, times.daemon.Over(bare),
-                           times.minimal.Over(bare)};
-    isAsJSON ? PrintAsJSON({added}) : PrintAsText({added});
+    return {"key_added_vs_floor_" + source, kAim, times.daemon.Over(bare),
+            times.minimal.Over(bare)};
 }
 
 }  // namespace
@@ -73,21 +71,11 @@ void Report(const Times& times, const std::string& source, bool isAsJSON) {
 int RunKeyBenchmark(int argc, char** argv, const char* source,
                     const std::function<std::unique_ptr<Typist>()>& makeTypist) {
     const std::string folder = std::filesystem::canonical("/proc/self/exe").parent_path();
-    std::string runtime = std::filesystem::temp_directory_path() / "kivo-bench-XXXXXX";
-    if (mkdtemp(runtime.data()) == nullptr) return 1;
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
     setenv("KIVO_KEYBOARD", source, 1);
-    int status = 1;
-    try {
+    return RunProgram(argc, argv, [&]() -> std::vector<Comparison> {
         const auto typist = makeTypist();
-        const Times times = Measure(*typist, folder);
-        Report(times, source, argc > 1 && std::string_view(argv[1]) == "--json");
-        status = 0;
-    } catch (const std::exception& failure) {
-        std::cerr << argv[0] << ": " << failure.what() << '\n';
-    }
-    std::filesystem::remove_all(runtime);
-    return status;
+        return {Compare(Measure(*typist, folder), source)};
+    });
 }
 
 }  // namespace kivo::bench
