@@ -66,7 +66,9 @@ void Hold(const std::string& path, const MinimalLoop::Asker& ask) {
     Require(libevdev_uinput_create_from_device(original, LIBEVDEV_UINPUT_OPEN_MANAGED, &clone) == 0,
             "making a clone");
     const int typing = libevdev_uinput_get_fd(clone);
-    Require(ioctl(keyboard.Get(), EVIOCGRAB, 1) == 0, "grabbing the keyboard");
+    // Who looks whether it is held holds it for a moment.
+    const auto isHeld = [&] { return ioctl(keyboard.Get(), EVIOCGRAB, 1) == 0; };
+    Require(test::Await(isHeld), "grabbing the keyboard");
     std::array<input_event, 64> events{};
     ssize_t size = 0;
     while ((size = read(keyboard.Get(), events.data(), sizeof events)) > 0) {
