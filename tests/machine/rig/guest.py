@@ -125,10 +125,12 @@ class HostLink:
         self._thread.join()
 
     def _serve(self):
-        line = self._connect()
-        if line is None:
+        # The emulator makes its two sockets one after the other.
+        line = self._connect("link")
+        control = self._connect("qmp")
+        if line is None or control is None:
             return
-        monitor = qmp.Monitor(self._folder / "qmp", timeout_seconds=30)
+        monitor = qmp.Monitor(control, timeout_seconds=30)
         try:
             with line, line.makefile("rw", encoding="utf-8") as stream:
                 for request in stream:
@@ -139,15 +141,15 @@ class HostLink:
         finally:
             monitor.close()
 
-    def _connect(self):
-        """The emulator's end of the serial line, once it is there; None when it ends before."""
+    def _connect(self, name):
+        """The other end of a socket of the emulator's, once it is there; None when it ends before."""
         while self._emulator.poll() is None:
-            line = socket.socket(socket.AF_UNIX)
+            connection = socket.socket(socket.AF_UNIX)
             try:
-                line.connect(str(self._folder / "link"))
-                return line
+                connection.connect(str(self._folder / name))
+                return connection
             except OSError:
-                line.close()
+                connection.close()
                 time.sleep(0.02)
         return None
 

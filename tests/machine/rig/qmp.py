@@ -1,7 +1,6 @@
 """QEMU's machine protocol: commands to the emulator while a guest runs."""
 
 import json
-import socket
 
 
 class CommandFailed(Exception):
@@ -9,12 +8,12 @@ class CommandFailed(Exception):
 
 
 class Monitor:
-    """A connection to a running emulator. Calls wait for the answer; events are passed over."""
+    """A running emulator, over a socket that is connected to it and now the monitor's. Calls wait
+    for the answer; events are passed over."""
 
-    def __init__(self, path, timeout_seconds):
-        self._socket = socket.socket(socket.AF_UNIX)
+    def __init__(self, connection, timeout_seconds):
+        self._socket = connection
         self._socket.settimeout(timeout_seconds)
-        self._socket.connect(str(path))
         self._lines = self._socket.makefile("rw", encoding="utf-8")
         self._lines.readline()  # the greeting
         self.execute("qmp_capabilities")
