@@ -46,9 +46,10 @@ class KeysTest(DaemonTest):
 
     def await_decided(self):
         """Waits until all keys are decided that were typed: they are in order, with a modifier."""
+        before = self.got(RIGHT_ALT)
         self.hand.type(RIGHT_ALT)
-        await_true("the last modifier has come", lambda: self.got(RIGHT_ALT)[-1:] == ["-"],
-                   2 * PATIENCE)
+        await_true("the last modifier has come",
+                   lambda: self.got(RIGHT_ALT) == before + ["+", "-"], 2 * PATIENCE)
 
     def got(self, key):
         return [what for what, of in self.typed_into.got() if of == key]
