@@ -77,7 +77,7 @@ def debug(pattern):
 
 
 def machine(pattern):
-    # Guests boot one at a time, some minutes in all: too long for the ordinary run.
+    # Guests take ten minutes in all: too long for the ordinary run.
     build("debug")
     yield from ctest("machine", "build/debug", pattern, "--label-regex", "machine")
 
