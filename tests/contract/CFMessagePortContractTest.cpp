@@ -489,7 +489,7 @@ TEST(SendRequest, TimesOutWhenTheQueueStaysFull) {
     const Stopwatch watch;
     EXPECT_EQ(remote.SendOneWay(kAppend, chunk, 0.05), kCFMessagePortSendTimeout);
     EXPECT_GE(watch.Seconds(), 0.0499);
-    EXPECT_LT(watch.Seconds(), 0.5);
+    EXPECT_LT(watch.Seconds(), 2);
     EXPECT_EQ(remote.SendOneWay(kAppend, chunk, 0), kCFMessagePortSendTimeout);
     peer.process.Say("go");
     const std::string all = remote.Ask(kReportAll, "");
@@ -505,7 +505,7 @@ TEST(SendRequest, TimesOutWithoutAReply) {
                                        &untouched),
               kCFMessagePortReceiveTimeout);
     EXPECT_GE(watch.Seconds(), 0.05);
-    EXPECT_LT(watch.Seconds(), 0.5);
+    EXPECT_LT(watch.Seconds(), 2);
     EXPECT_EQ(untouched, reinterpret_cast<CFDataRef>(&peer));
     EXPECT_EQ(
         CFMessagePortSendRequest(remote.port, kEcho, nullptr, 1, 0, kCFRunLoopDefaultMode, nullptr),

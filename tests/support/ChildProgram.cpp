@@ -41,7 +41,7 @@ int MillisecondsTo(Clock::time_point until) {
 
 }  // namespace
 
-ChildProgram::ChildProgram(const std::vector<std::string>& words) {
+ChildProgram::ChildProgram(const std::vector<std::string>& words, Errors errors) {
     const auto [inputRead, inputWrite] = MakePipe();
     const auto [outputRead, outputWrite] = MakePipe();
     const auto [errorRead, errorWrite] = MakePipe();
@@ -49,7 +49,9 @@ ChildProgram::ChildProgram(const std::vector<std::string>& words) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, inputRead, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, outputWrite, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errorWrite, STDERR_FILENO);
+    if (errors == Errors::kTaken) {
+        posix_spawn_file_actions_adddup2(&actions, errorWrite, STDERR_FILENO);
+    }
     std::vector<std::string> copies = words;
     std::vector<char*> arguments;
     for (std::string& word : copies)
@@ -67,10 +69,7 @@ ChildProgram::ChildProgram(const std::vector<std::string>& words) {
 }
 
 ChildProgram::~ChildProgram() {
-    if (mProcess > 0) {
-        kill(mProcess, SIGKILL);
-        waitpid(mProcess, nullptr, 0);
-    }
+    Kill();
     Close(&mInput);
     Close(&mOutput);
     Close(&mError);
@@ -92,7 +91,12 @@ void ChildProgram::CloseOutput() {
 }
 
 void ChildProgram::Signal(int number) const {
-    kill(mProcess, number);
+    if (mProcess > 0) kill(mProcess, number);
+}
+
+void ChildProgram::Kill() {
+    Signal(SIGKILL);
+    if (mProcess > 0) waitpid(std::exchange(mProcess, -1), nullptr, 0);
 }
 
 /// Waits until there is more to read and adds it to `text`. False at the end of the stream.

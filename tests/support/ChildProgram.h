@@ -16,9 +16,13 @@ namespace kivo::test {
 class ChildProgram {
   public:
     static constexpr std::chrono::seconds kPatience{20};
+    enum class Errors {
+        kTaken,  ///< what it prints to standard error is for `Wait`
+        kShown,  ///< and goes to the test's own
+    };
 
     /// Starts the program at the path in `words[0]`. Throws std::runtime_error.
-    explicit ChildProgram(const std::vector<std::string>& words);
+    explicit ChildProgram(const std::vector<std::string>& words, Errors errors = Errors::kTaken);
     ~ChildProgram();
     ChildProgram(const ChildProgram&) = delete;
     ChildProgram& operator=(const ChildProgram&) = delete;
@@ -28,6 +32,8 @@ class ChildProgram {
     /// Stops reading what it prints: its next write to standard output fails.
     void CloseOutput();
     void Signal(int number) const;
+    /// Kills it and waits until it has gone.
+    void Kill();
 
     /// The next line that it prints, without the line end; nothing when its output has ended.
     /// Throws std::runtime_error after `kPatience`.

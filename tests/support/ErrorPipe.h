@@ -5,9 +5,25 @@
 #include <unistd.h>
 
 #include <array>
+#include <optional>
 #include <string>
 
 namespace kivo::test {
+
+/// Puts a descriptor in the place of standard error. It stays the caller's.
+class StandardError {
+  public:
+    explicit StandardError(int place) : mSaved(dup(STDERR_FILENO)) { dup2(place, STDERR_FILENO); }
+    ~StandardError() {
+        dup2(mSaved, STDERR_FILENO);
+        close(mSaved);
+    }
+    StandardError(const StandardError&) = delete;
+    StandardError& operator=(const StandardError&) = delete;
+
+  private:
+    const int mSaved;
+};
 
 /// Puts a pipe in the place of standard error.
 class ErrorPipe {
@@ -16,15 +32,10 @@ class ErrorPipe {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC), 0);
         mReadEnd = ends[0];
-        mSaved = dup(STDERR_FILENO);
-        dup2(ends[1], STDERR_FILENO);
+        mPlace.emplace(ends[1]);
         close(ends[1]);
     }
-    ~ErrorPipe() {
-        dup2(mSaved, STDERR_FILENO);
-        close(mSaved);
-        close(mReadEnd);
-    }
+    ~ErrorPipe() { close(mReadEnd); }
     ErrorPipe(const ErrorPipe&) = delete;
     ErrorPipe& operator=(const ErrorPipe&) = delete;
 
@@ -40,7 +51,7 @@ class ErrorPipe {
 
   private:
     int mReadEnd = -1;
-    int mSaved = -1;
+    std::optional<StandardError> mPlace;
 };
 
 }  // namespace kivo::test

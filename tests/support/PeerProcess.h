@@ -1,9 +1,8 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <chrono>
 #include <string>
+
+#include "tests/support/ChildProgram.h"
 
 namespace kivo::test {
 
@@ -17,32 +16,23 @@ struct PeerRoleRegistration {
 };
 
 /// If this process was started in a role: plays it, sets the exit status and returns true.
-bool PlayPeerRole(int& exitStatus);
+bool PlayPeerRole(int argc, char** argv, int& exitStatus);
 
 /// This program, started anew in a role. Killed when the object goes.
 class PeerProcess {
   public:
     explicit PeerProcess(const std::string& role, const std::string& argument = "");
-    ~PeerProcess();
-    PeerProcess(const PeerProcess&) = delete;
-    PeerProcess& operator=(const PeerProcess&) = delete;
 
-    pid_t Pid() const { return mPid; }
     /// Sends a line to the peer.
-    void Say(const std::string& line) const;
-    /// The next line from the peer; empty when none comes within ten seconds or it has ended.
-    std::string Hear();
-    void Signal(int signal) const;
+    void Say(const std::string& line) { mProgram.Write(line + '\n'); }
+    /// The next line from the peer; empty when it has ended.
+    std::string Hear() { return mProgram.ReadLine().value_or(""); }
+    void Signal(int signal) const { mProgram.Signal(signal); }
     /// Kills the peer and waits until it has gone.
-    void Kill();
-    /// Waits until the peer has ended by itself; its exit status, or -1.
-    int Wait();
+    void Kill() { mProgram.Kill(); }
 
   private:
-    pid_t mPid = -1;
-    int mInput = -1;
-    int mOutput = -1;
-    std::string mHeard;
+    ChildProgram mProgram;
 };
 
 /// For roles: a line to the test.

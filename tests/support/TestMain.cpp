@@ -8,7 +8,7 @@
 
 int main(int argc, char** argv) {
     int exitStatus = 0;
-    if (kivo::test::PlayPeerRole(exitStatus)) return exitStatus;
+    if (kivo::test::PlayPeerRole(argc, argv, exitStatus)) return exitStatus;
     // So that no test meets a port of the session or of another test that runs beside it.
     const kivo::test::TemporaryFolder folder;
     setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);

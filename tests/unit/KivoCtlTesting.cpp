@@ -59,19 +59,19 @@ ScriptedDaemon::ScriptedDaemon(Script script) : mScript(std::move(script)) {
 
 ScriptedDaemon::~ScriptedDaemon() {
     CFRunLoopSourceSignal(mEndSource.Get());
-    CFRunLoopWakeUp(mRunLoop);
+    CFRunLoopWakeUp(mRunLoop.Get());
     mThread.join();
 }
 
 void ScriptedDaemon::Serve(std::promise<void> owned) {
     const CACFLocalMessagePort port = MakeDaemonPort(MessageEntry, this);
     AddToLoop(port);
-    mRunLoop = CFRunLoopGetCurrent();
+    mRunLoop = Retain(CFRunLoopGetCurrent());
     CFRunLoopSourceContext context{};
     context.info = this;
     context.perform = [](void* info) { static_cast<ScriptedDaemon*>(info)->mIsEnding = true; };
     mEndSource = Adopt(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
-    CFRunLoopAddSource(mRunLoop, mEndSource.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(mRunLoop.Get(), mEndSource.Get(), kCFRunLoopDefaultMode);
     owned.set_value();
     while (!mIsEnding)
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1e9, true);

@@ -45,7 +45,7 @@ class ScriptedDaemon {
     void Serve(std::promise<void> owned);
 
     Script mScript;
-    CFRunLoopRef mRunLoop = nullptr;
+    CFRef<CFRunLoopRef> mRunLoop;
     CFRef<CFRunLoopSourceRef> mEndSource;
     bool mIsEnding = false;
     std::thread mThread;

@@ -181,7 +181,7 @@ TEST(StoppedOwner, TakesMessagesUntilTheSocketIsFull) {
     EXPECT_GT(taken, 5);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Ask(remote.Get(), "x", 0.01, 0.01), "-1");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     peer.Signal(SIGCONT);
     EXPECT_EQ(Ask(remote.Get(), "awake"), "0 awake");
 }
