@@ -11,9 +11,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "platform/CFRef.h"
 #include "platform/Workspace.h"
@@ -23,6 +25,7 @@
 namespace {
 
 using kivo::test::ErrorPipe;
+using kivo::test::StandardError;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -107,6 +110,33 @@ TEST_F(NSLogTest, NeverWaitsAndSaysWhatWasLost) {
     pipe.Read();
     kivo::WriteToStandardError("after");
     EXPECT_THAT(pipe.Read(), MatchesRegex("\\([0-9]+ lines of the log were lost\\)\nafter\n"));
+}
+
+TEST_F(NSLogTest, OutlivesAReaderThatGoesJustBeforeItWrites) {
+    const std::string path = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/reader";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const auto openToRead = [&] { return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); };
+    const int first = openToRead();
+    const int writer = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    close(first);
+    std::atomic<bool> isOver{false};
+    std::thread comesAndGoes([&] {
+        std::array<char, 4096> some;
+        while (!isOver) {
+            const int reader = openToRead();
+            while (read(reader, some.data(), some.size()) > 0) {
+            }
+            close(reader);
+        }
+    });
+    {
+        const StandardError place(writer);
+        for (int i = 0; i < 100000; ++i)
+            kivo::WriteToStandardError("line");
+    }
+    isOver = true;
+    comesAndGoes.join();
+    close(writer);
 }
 
 TEST_F(SyslogTest, ByWishGoesToStandardErrorWithTheProgramsName) {

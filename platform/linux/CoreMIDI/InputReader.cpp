@@ -7,28 +7,15 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
+
+#include "CoreFoundation/ThreadWithoutSignals.h"
 
 namespace kivo::midi {
 namespace {
 
 /// After this many events the thread looks whether it is to end.
 constexpr int kEventsAtOnce = 256;
-
-/// Starts a thread that takes no signals: they are the main thread's.
-template <typename Body>
-std::thread StartWithoutSignals(Body body) {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    struct Restore {
-        const sigset_t& mask;
-        ~Restore() { pthread_sigmask(SIG_SETMASK, &mask, nullptr); }
-    } const restore{before};
-    return std::thread(body);
-}
 
 }  // namespace
 

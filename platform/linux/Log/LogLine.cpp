@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "CoreFoundation/PipeSignalBlocked.h"
+
 namespace kivo {
 
 namespace {
@@ -46,7 +48,9 @@ bool WriteWithoutWaiting(const std::string& bytes) {
     if (send(STDERR_FILENO, bytes.data(), bytes.size(), kAtOnce) >= 0) return true;
     if (errno != ENOTSOCK) return false;
     pollfd place = {STDERR_FILENO, POLLOUT, 0};
-    // A pipe that nobody reads any more takes everything, and ends who writes to it.
+    // A pipe that nobody reads any more takes everything, and ends who writes to it: also when it
+    // is left just now.
+    const PipeSignalBlocked blocked;
     if (poll(&place, 1, 0) != 1 || place.revents != POLLOUT) return false;
     ssize_t count;
     do

@@ -1,7 +1,5 @@
 #include "desktop/x11/Connection.h"
 
-#include <pthread.h>
-#include <signal.h>
 #include <xcb/randr.h>
 #include <xcb/res.h>
 #include <xcb/xcbext.h>
@@ -11,28 +9,15 @@
 #include <future>
 #include <system_error>
 #include <thread>
+#include <utility>
+
+#include "CoreFoundation/ThreadWithoutSignals.h"
 
 namespace kivo::desktop::x11 {
 namespace {
 
 /// Long, because a session that has just begun keeps its server busy.
 constexpr std::chrono::seconds kOpenTimeout{5};
-
-/// Keeps all signals from the threads that are made while it lives: they are the main thread's.
-class SignalsBlocked {
-  public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &mBefore);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-  private:
-    sigset_t mBefore;
-};
 
 bool IsPresent(xcb_connection_t* connection, xcb_extension_t* extension) {
     const auto* data = xcb_get_extension_data(connection, extension);
@@ -77,11 +62,12 @@ std::unique_ptr<Connection> Connection::Open() try {
     // xcb waits for the server's first answers without a limit, so another thread does the waiting.
     std::packaged_task<std::unique_ptr<Connection>()> connect(&Connection::Connect);
     auto connection = connect.get_future();
-    {
-        const SignalsBlocked blocked;
-        std::thread(std::move(connect)).detach();
+    std::thread thread = StartWithoutSignals(std::move(connect));
+    if (connection.wait_for(kOpenTimeout) != std::future_status::ready) {
+        thread.detach();
+        return nullptr;
     }
-    if (connection.wait_for(kOpenTimeout) != std::future_status::ready) return nullptr;
+    thread.join();
     return connection.get();
 } catch (const std::system_error&) {
     return nullptr;  // no thread to be had
