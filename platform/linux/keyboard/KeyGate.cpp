@@ -13,6 +13,11 @@ constexpr std::array<KeyCode, 3> kEscapeChord = {KEY_BACKSPACE, KEY_ESC, KEY_ENT
 
 }  // namespace
 
+std::optional<VirtualKey> KeyToAskAbout(KeyCode code) {
+    if (IsMachineKey(code) || ModifierFlags::IsModifier(code)) return std::nullopt;
+    return VirtualKeyOf(code);
+}
+
 void KeyGate::LetGo() {
     PassAllWaiting();
     mIsHolding = false;
@@ -29,19 +34,16 @@ void KeyGate::Open(DeviceID device, std::span<const KeyCode> keysDown) {
     const std::set<KeyCode> down(keysDown.begin(), keysDown.end());
     const std::set<Key> before = mHand;
     for (const Key& key : before) {
-        if (key.device == device && !down.contains(key.code)) {
-            Feed({device, key.code, Action::kRelease});
-        }
+        if (key.device == device && !down.contains(key.code)) MissRelease(key);
     }
     for (const KeyCode code : down) {
-        if (!mHand.insert({device, code}).second) continue;
-        PassOrWait({{device, code, Action::kPress}, Kind::kDownAlready});
+        if (!mHand.contains({device, code})) Overhear({device, code, Action::kPress});
     }
 }
 
 void KeyGate::Feed(const KeyEvent& fed) {
     const KeyEvent event = Straighten(fed);
-    if (!IsActive()) return Listen(event);
+    if (!IsActive()) return Apply(event, true);
     if (event.action == Action::kPress && IsEscapeChord(event.code)) {
         Disable(DisabledBy::kUserInput);
         return PutDown({event.device, event.code}, std::nullopt);
@@ -50,15 +52,14 @@ void KeyGate::Feed(const KeyEvent& fed) {
     mWaiting.push_back({event});
 }
 
-void KeyGate::FeedHeld(const KeyEvent& event) {
-    if (IsActive()) return Feed(event);
-    Apply(Straighten(event), true);
+void KeyGate::Overhear(const KeyEvent& event) {
+    PassOrWait({Straighten(event), Kind::kOverheard});
 }
 
 void KeyGate::Close(DeviceID device) {
     const std::set<Key> before = mHand;
     for (const Key& key : before) {
-        if (key.device == device) Feed({device, key.code, Action::kRelease});
+        if (key.device == device) MissRelease(key);
     }
     PassOrWait({{device}, Kind::kEnd});
 }
@@ -91,10 +92,8 @@ void KeyGate::DecideNext() {
         return;
     }
     const Waiting next = mWaiting.front();
-    const auto key = VirtualKeyOf(next.event.code);
-    if (next.kind == Kind::kEvent && key && !ModifierFlags::IsModifier(next.event.code)) {
-        return Ask(next.event, *key);
-    }
+    const auto key = KeyToAskAbout(next.event.code);
+    if (next.kind == Kind::kEvent && key) return Ask(next.event, *key);
     mWaiting.pop_front();
     Pass(next);
 }
@@ -135,14 +134,22 @@ KeyEvent KeyGate::Straighten(KeyEvent event) {
     return event;
 }
 
-/// Takes note of an event that the session gets from the keyboard itself.
-void KeyGate::Listen(const KeyEvent& event) {
-    if (event.action == Action::kPress) PutDown({event.device, event.code}, PressedBy::kDevice);
+/// A key is up, and nobody saw it go. It is asked about all the same while the gate holds.
+void KeyGate::MissRelease(Key key) {
+    const KeyEvent release{key.device, key.code, Action::kRelease};
+    if (IsActive()) return Feed(release);
+    Overhear(release);
+}
+
+/// Of an event that the session got from the keyboard itself: only what it has from here is owed.
+void KeyGate::TakeNote(const KeyEvent& event) {
+    const Key key{event.device, event.code};
+    if (event.action == Action::kPress) PutDown(key, PressedBy::kDevice);
     if (event.action != Action::kRelease) return;
-    const auto down = mDown.find({event.device, event.code});
+    const auto down = mDown.find(key);
     if (down == mDown.end()) return;
-    if (down->second == PressedBy::kGate) ReleaseInSession(down->first, down->second);
-    TakeUp(down->first);
+    if (down->second == PressedBy::kGate) ReleaseInSession(key, down->second);
+    TakeUp(key);
 }
 
 void KeyGate::PassAllWaiting() {
@@ -181,10 +188,10 @@ void KeyGate::Pass(const Waiting& waiting) {
     switch (waiting.kind) {
         case Kind::kEvent:
             return Apply(event, true);
-        case Kind::kDownAlready:
-            return PutDown({event.device, event.code}, PressedBy::kDevice);
+        case Kind::kOverheard:
+            return TakeNote(event);
         case Kind::kEnd:
-            return End(event.device);
+            return mSession.Close(event.device);
     }
 }
 
@@ -204,25 +211,12 @@ void KeyGate::Apply(const KeyEvent& event, bool isLetThrough) {
     if (isUp) TakeUp(key);
 }
 
-void KeyGate::End(DeviceID device) {
-    for (auto one = mDown.begin(); one != mDown.end();) {
-        const Key key = one->first;
-        Holder& holder = one->second;
-        ++one;
-        if (key.device != device) continue;
-        ReleaseInSession(key, holder);
-        TakeUp(key);
-    }
-    mSession.Close(device);
-}
-
 void KeyGate::PutDown(Key key, Holder holder) {
     if (mDown.insert_or_assign(key, holder).second) mFlags.Press(key.code);
 }
 
 void KeyGate::ReleaseInSession(Key key, Holder& holder) {
-    if (!holder) return;
-    mSession.Release(key.device, key.code, *holder);
+    if (holder) mSession.Release(key.device, key.code, *holder);
     holder.reset();
 }
 

@@ -45,7 +45,7 @@ enum class PressedBy {
     kDevice,  ///< the keyboard itself: it was pressed when nobody held the keyboard
 };
 
-/// The session's end of the gate.
+/// The session's end of the gate. None of its calls may feed the gate.
 class KeySession {
   public:
     virtual ~KeySession() = default;
@@ -63,6 +63,10 @@ class KeyJudge {
     virtual bool LetsThrough(const TappedKey& key) = 0;
     virtual void TapDisabled(DisabledBy reason) = 0;
 };
+
+/// The virtual key that the judge is asked about for `code`; none for modifiers, the machine's keys
+/// and keys that have no virtual key.
+std::optional<VirtualKey> KeyToAskAbout(KeyCode code);
 
 /// Stands between the keyboards and the session: asks about each key event, one at a time and in
 /// order, and keeps the session's keys in step with the hand whatever the answers are.
@@ -98,13 +102,14 @@ class KeyGate {
 
     /// `device` is held from now on; `keysDown` is what is pressed on it, which the session has
     /// from the keyboard itself unless the gate knows better. Comes before `Hold`, so that keys
-    /// that went up unseen are not asked about; while holding, for a new keyboard and for one that
-    /// slipped out of the hold.
+    /// that went up unseen are not asked about; while holding, for a keyboard that is new or is
+    /// held again.
     void Open(DeviceID device, std::span<const KeyCode> keysDown);
+    /// What happened on a keyboard that was held then: nobody else has it, so while the gate does
+    /// not hold it passes.
     void Feed(const KeyEvent& event);
-    /// As `Feed`, of a keyboard that was held when it happened: while the gate does not hold the
-    /// session has such an event from nobody else, so it passes.
-    void FeedHeld(const KeyEvent& event);
+    /// What the session got from the keyboard itself.
+    void Overhear(const KeyEvent& event);
     /// `device` is gone: its keys are released, in their turn, and then the session's end closed.
     void Close(DeviceID device);
     /// Nobody listens to `device` from now on; for one that is not held and to which nothing is
@@ -135,8 +140,8 @@ class KeyGate {
     };
     enum class Kind : std::uint8_t {
         kEvent,
-        kDownAlready,  ///< the session has the key from the keyboard itself
-        kEnd,          ///< of the keyboard
+        kOverheard,
+        kEnd,  ///< of the keyboard
     };
     /// What waits for its turn.
     struct Waiting {
@@ -150,13 +155,13 @@ class KeyGate {
     bool IsEscapeChord(KeyCode code) const;
     bool MayOvertake(const KeyEvent& event) const;
     KeyEvent Straighten(KeyEvent event);
-    void Listen(const KeyEvent& event);
+    void MissRelease(Key key);
+    void TakeNote(const KeyEvent& event);
     void PassAllWaiting();
     void Ask(const KeyEvent& event, VirtualKey key);
     void PassOrWait(const Waiting& waiting);
     void Pass(const Waiting& waiting);
     void Apply(const KeyEvent& event, bool isLetThrough);
-    void End(DeviceID device);
     void PutDown(Key key, Holder holder);
     void ReleaseInSession(Key key, Holder& holder);
     void TakeUp(Key key);

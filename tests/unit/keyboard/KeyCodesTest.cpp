@@ -25,6 +25,7 @@
 namespace kivo::test {
 namespace {
 
+using keyboard::IsMachineKey;
 using keyboard::KeyCode;
 using keyboard::kFlagFunction;
 using keyboard::kFlagKeypad;
@@ -204,20 +205,56 @@ TEST(KeyCodes, AreKnownToOneOfTheOthers) {
     }
 }
 
+/// By virtual key code, as Apple's HIToolbox/Events.h names them.
+constexpr std::uint64_t BitsOf(int virtualCode) {
+    switch (virtualCode) {
+        case 0x41:  // kVK_ANSI_Keypad…
+        case 0x43:
+        case 0x45:
+        case 0x47:
+        case 0x4B:
+        case 0x4C:
+        case 0x4E:
+        case 0x51:
+        case 0x5B:
+        case 0x5C:
+        case 0x5F:
+            return kFlagKeypad;
+        case 0x40:  // kVK_F17, F18, F19, F20
+        case 0x4F:
+        case 0x50:
+        case 0x5A:
+            return kFlagFunction;
+        case 0x66:  // kVK_JIS_Eisu, Kana; the menu key
+        case 0x68:
+        case 0x6E:
+            return 0;
+        default:
+            break;
+    }
+    if (virtualCode >= 0x52 && virtualCode <= 0x59) return kFlagKeypad;
+    if (virtualCode >= 0x7B && virtualCode <= 0x7E) return kFlagKeypad | kFlagFunction;
+    // Function keys, and the six beside them.
+    return virtualCode >= 0x60 && virtualCode <= 0x7A ? kFlagFunction : 0;
+}
+
 TEST(KeyCodes, CarryTheBitsOfTheirKind) {
-    const auto flagsOf = [](KeyCode code) { return VirtualKeyOf(code)->flags; };
-    for (const KeyCode arrow : {KEY_LEFT, KEY_RIGHT, KEY_UP, KEY_DOWN}) {
-        EXPECT_EQ(flagsOf(arrow), kFlagKeypad | kFlagFunction);
+    for (int code = 0; code <= KEY_MAX; ++code) {
+        const auto key = VirtualKeyOf(static_cast<KeyCode>(code));
+        if (!key) continue;
+        EXPECT_EQ(key->flags, BitsOf(key->code))
+            << libevdev_event_code_get_name(EV_KEY, static_cast<unsigned>(code));
     }
-    for (const KeyCode pad : {KEY_KP0, KEY_KP9, KEY_KPENTER, KEY_KPDOT, KEY_NUMLOCK, KEY_KPPLUS}) {
-        EXPECT_EQ(flagsOf(pad), kFlagKeypad);
-    }
-    for (const KeyCode other : {KEY_F1, KEY_F12, KEY_F20, KEY_HOME, KEY_END, KEY_PAGEUP,
-                                KEY_PAGEDOWN, KEY_DELETE, KEY_INSERT, KEY_HELP}) {
-        EXPECT_EQ(flagsOf(other), kFlagFunction);
-    }
-    for (const KeyCode plain : {KEY_A, KEY_1, KEY_SPACE, KEY_ENTER, KEY_ESC, KEY_BACKSPACE}) {
-        EXPECT_EQ(flagsOf(plain), 0u);
+}
+
+TEST(KeyCodes, OfTheMachineAreThese) {
+    const std::set<int> machines = {
+        KEY_POWER, KEY_POWER2, KEY_SLEEP,  KEY_SUSPEND, KEY_WAKEUP,  KEY_WLAN,       KEY_BLUETOOTH,
+        KEY_UWB,   KEY_WWAN,   KEY_RFKILL, KEY_MUTE,    KEY_MICMUTE, KEY_VOLUMEDOWN, KEY_VOLUMEUP,
+    };
+    for (int code = 0; code <= KEY_MAX; ++code) {
+        EXPECT_EQ(IsMachineKey(static_cast<KeyCode>(code)), machines.contains(code))
+            << libevdev_event_code_get_name(EV_KEY, static_cast<unsigned>(code));
     }
 }
 

@@ -70,12 +70,12 @@ void KeyScript::Execute(const std::string& line) {
 }
 
 bool KeyScript::PlayKeyboard(DeviceID device, Words words) {
-    const bool isLate = words.front() == "late";
-    if (isLate) words.erase(words.begin());
+    const bool isOverheard = words.front() == "overheard";
+    if (isOverheard) words.erase(words.begin());
     const std::string& verb = words.front();
     const auto feed = [&](Action action) {
         const keyboard::KeyEvent event{device, CodeOf(words.at(1)), action};
-        isLate ? mGate.FeedHeld(event) : mGate.Feed(event);
+        isOverheard ? mGate.Overhear(event) : mGate.Feed(event);
     };
     if (verb == "down")
         feed(Action::kPress);
@@ -87,6 +87,8 @@ bool KeyScript::PlayKeyboard(DeviceID device, Words words) {
         mGate.Open(device, CodesOf(words.begin() + 1, words.end()));
     else if (verb == "close")
         mGate.Close(device);
+    else if (verb == "owing")
+        Note(device, mGate.IsOwing(device) ? "something is owed" : "nothing is owed");
     else
         return false;
     return true;

@@ -11,8 +11,9 @@ namespace kivo::test {
 ///
 ///     hold | let go | enable      what the tap's user wants
 ///     down KEY | up KEY | repeat KEY
-///     late down KEY ...           the same of a keyboard that was still held then
+///     overheard down KEY ...      the same of a keyboard that is not held
 ///     open [KEY...] | close       the keyboard is taken with these keys down; is gone
+///     owing                       asks whether something is owed to the keyboard
 ///     caps on | caps off          the session's Caps Lock
 ///     freed                       the guard freed the keyboards
 ///     answer pass | answer swallow | answer swallow once

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "keyboard/KeyGate.h"
+#include "keyboard/evdev/Clone.h"
 #include "keyboard/evdev/Keyboard.h"
 #include "tests/unit/keyboard/ScriptedDevice.h"
 
@@ -26,6 +27,7 @@ using keyboard::KeyGate;
 using keyboard::PressedBy;
 using keyboard::TappedKey;
 using keyboard::evdev::Keyboard;
+using Audience = Keyboard::Audience;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -39,7 +41,7 @@ void Note(const input_event& event, Seen* seen) {
 
 Seen ReadAll(Keyboard& keyboard) {
     Seen seen;
-    EXPECT_TRUE(keyboard.Read([&](const input_event& event) { Note(event, &seen); }));
+    EXPECT_TRUE(keyboard.Read([&](const input_event& event, Audience) { Note(event, &seen); }));
     return seen;
 }
 
@@ -52,6 +54,27 @@ TEST(KeyboardTest, EventsComeAsTheyWereTyped) {
     device.Release(KEY_A);
     EXPECT_THAT(ReadAll(*keyboard), ElementsAre("+30", "*30", "-30"));
     EXPECT_THAT(ReadAll(*keyboard), IsEmpty());
+}
+
+TEST(KeyboardTest, OnlyWhatIsAKeyboardAndNothingElseMayBeHeld) {
+    ScriptedDevice device;
+    const auto mayBeHeld = [&] { return Keyboard::Open(device.Path()) != nullptr; };
+    for (bool ScriptedDevice::*trait :
+         {&ScriptedDevice::hasSwitches, &ScriptedDevice::hasMouseButtons,
+          &ScriptedDevice::isTouched}) {
+        device.*trait = true;
+        EXPECT_FALSE(mayBeHeld());
+        device.*trait = false;
+        EXPECT_TRUE(mayBeHeld());
+    }
+    // Volume and power, as the buttons of a case or a headset.
+    device.hasLetters = false;
+    EXPECT_FALSE(mayBeHeld());
+    device.hasLetters = true;
+    device.phys = keyboard::evdev::kClonePhys;
+    EXPECT_FALSE(mayBeHeld());
+    device.phys += "s";
+    EXPECT_TRUE(mayBeHeld());
 }
 
 TEST(KeyboardTest, MoreThanIsReadAtOnceComesWhole) {
@@ -97,11 +120,11 @@ TEST(KeyboardTest, WhoeverReadsWhileAnEventIsTakenGetsTheNextOnes) {
     device.Press(KEY_A);
     device.Release(KEY_A);
     Seen seen;
-    keyboard->Read([&](const input_event& event) {
+    keyboard->Read([&](const input_event& event, Audience) {
         Note(event, &seen);
         if (event.type != EV_KEY || event.value != 1 || seen.size() > 1) return;
         device.Press(KEY_A);
-        keyboard->Read([&](const input_event& inner) { Note(inner, &seen); });
+        keyboard->Read([&](const input_event& inner, Audience) { Note(inner, &seen); });
     });
     EXPECT_THAT(seen, ElementsAre("+30", "-30", "+30"));
     EXPECT_THAT(keyboard->KeysDown(), ElementsAre(KEY_A));
@@ -115,11 +138,11 @@ TEST(KeyboardTest, WhoeverReadsWhileALossIsMadeUpForGetsTheRestOfIt) {
     }
     ASSERT_EQ(device.Drops(), 1);
     Seen seen;
-    keyboard->Read([&](const input_event& event) {
+    keyboard->Read([&](const input_event& event, Audience) {
         Note(event, &seen);
         if (seen.size() != 1) return;
         device.Release(KEY_A);
-        keyboard->Read([&](const input_event& inner) { Note(inner, &seen); });
+        keyboard->Read([&](const input_event& inner, Audience) { Note(inner, &seen); });
     });
     EXPECT_THAT(seen, ElementsAre("+18", "+30", "+32", "+46", "-30"));
 }
@@ -134,7 +157,9 @@ TEST(KeyboardTest, WhatAnotherHadMeanwhileIsKnownWhenTheKeyboardIsGrabbed) {
     device.Release(KEY_A);
     device.Press(KEY_C);
     device.isGrabbedByAnother = false;
+    keyboard->MakeUp();
     EXPECT_TRUE(keyboard->Grab());
+    EXPECT_THAT(ReadAll(*keyboard), UnorderedElementsAre("-30", "+46"));
     EXPECT_THAT(keyboard->KeysDown(), ElementsAre(KEY_C));
     device.Release(KEY_C);
     EXPECT_THAT(ReadAll(*keyboard), ElementsAre("-46"));
@@ -150,6 +175,116 @@ TEST(KeyboardTest, WhatIsReleasedForOthersIsNotTaken) {
     keyboard->ReleaseForOthers(KEY_C);
     EXPECT_THAT(ReadAll(*keyboard), IsEmpty());
     EXPECT_THAT(keyboard->KeysDown(), ElementsAre(KEY_C));
+}
+
+/// The same, with "all" behind what everybody got.
+Seen ReadWithAudience(Keyboard& keyboard) {
+    Seen seen;
+    keyboard.Read([&](const input_event& event, Audience audience) {
+        Note(event, &seen);
+        if (event.type == EV_KEY && audience == Audience::kEverybody) seen.back() += " all";
+    });
+    return seen;
+}
+
+/// A keyboard on which, whenever a grab begins or ends, one key is typed just before that and one
+/// just after.
+class Handover : public testing::Test {
+  protected:
+    void TypeAtHandover() {
+        mDevice.beforeGrabChanges = [this] { mDevice.Press(mNext++); };
+        mDevice.afterGrabChanges = mDevice.beforeGrabChanges;
+    }
+
+    ScriptedDevice mDevice;
+    const std::unique_ptr<Keyboard> mKeyboard = Keyboard::Open(mDevice.Path());
+    KeyCode mNext = KEY_1;
+};
+
+TEST_F(Handover, WhatIsTypedAsTheGrabBeginsCameToEverybodyOrHereAlone) {
+    mDevice.Press(KEY_A);
+    TypeAtHandover();
+    ASSERT_TRUE(mKeyboard->Grab());
+    EXPECT_TRUE(mKeyboard->HasMore());
+    EXPECT_THAT(ReadWithAudience(*mKeyboard), ElementsAre("+30 all", "+2 all", "+3"));
+    EXPECT_FALSE(mKeyboard->HasMore());
+}
+
+TEST_F(Handover, WhatIsLetGoOfAsTheGrabBeginsCameToEverybodyOrHereAlone) {
+    mDevice.Press(KEY_1);
+    mDevice.Press(KEY_2);
+    mDevice.beforeGrabChanges = [this] { mDevice.Release(KEY_1); };
+    mDevice.afterGrabChanges = [this] { mDevice.Release(KEY_2); };
+    ASSERT_TRUE(mKeyboard->Grab());
+    EXPECT_THAT(ReadWithAudience(*mKeyboard), ElementsAre("+2 all", "+3 all", "-2 all", "-3"));
+}
+
+TEST_F(Handover, WhatIsTypedAsTheGrabEndsCameHereAloneOrToEverybody) {
+    ASSERT_TRUE(mKeyboard->Grab());
+    mDevice.Press(KEY_A);
+    TypeAtHandover();
+    mKeyboard->Ungrab();
+    mDevice.Press(KEY_C);
+    EXPECT_THAT(ReadWithAudience(*mKeyboard), ElementsAre("+30", "+2", "+3 all", "+46 all"));
+}
+
+TEST_F(Handover, WhatIsTypedWhileTheGrabIsInterruptedCameToEverybody) {
+    mDevice.Press(KEY_A);
+    ASSERT_TRUE(mKeyboard->Grab());
+    ReadAll(*mKeyboard);
+    const auto session = Keyboard::Open(mDevice.Path());
+    mDevice.Release(KEY_A);
+    TypeAtHandover();
+    EXPECT_TRUE(mKeyboard->ReleaseForOthers(KEY_A));
+    mDevice.Press(KEY_C);
+    EXPECT_THAT(ReadAll(*session), ElementsAre("+3", "+30", "-30", "+4"));
+    EXPECT_THAT(ReadWithAudience(*mKeyboard),
+                ElementsAre("-30", "+2", "+3 all", "+4 all", "+5", "+46"));
+}
+
+TEST_F(Handover, AProcessThatIsKilledInBetweenLeavesNoKeyDownThatIsReleasedForOthers) {
+    mDevice.Press(KEY_A);
+    ASSERT_TRUE(mKeyboard->Grab());
+    mDevice.Release(KEY_A);
+    int writings = 0;
+    mDevice.afterWriting = [&] {
+        ++writings;
+        EXPECT_FALSE(mDevice.IsDown(KEY_A));
+    };
+    EXPECT_TRUE(mKeyboard->ReleaseForOthers(KEY_A));
+    EXPECT_GT(writings, 0);
+}
+
+TEST_F(Handover, AKeyThatStaysDownIsReleasedForOthersAndItsReleaseComes) {
+    mDevice.Press(KEY_A);
+    const auto session = Keyboard::Open(mDevice.Path());
+    ASSERT_TRUE(mKeyboard->Grab());
+    ReadAll(*mKeyboard);
+    EXPECT_TRUE(mKeyboard->ReleaseForOthers(KEY_A));
+    EXPECT_THAT(ReadAll(*session), ElementsAre("-30"));
+    EXPECT_TRUE(mDevice.IsDown(KEY_A));
+    EXPECT_THAT(ReadAll(*mKeyboard), IsEmpty());
+    mDevice.Release(KEY_A);
+    EXPECT_THAT(ReadWithAudience(*mKeyboard), ElementsAre("-30"));
+}
+
+TEST_F(Handover, AKeyboardThatAnotherTakesWhileTheGrabIsInterruptedIsNotOursAnyMore) {
+    ASSERT_TRUE(mKeyboard->Grab());
+    mDevice.afterGrabChanges = [this] { mDevice.isGrabbedByAnother = true; };
+    EXPECT_FALSE(mKeyboard->ReleaseForOthers(KEY_A));
+    mDevice.isGrabbedByAnother = false;
+    mDevice.afterGrabChanges = [] {};
+    mDevice.Press(KEY_C);
+    EXPECT_THAT(ReadWithAudience(*mKeyboard), ElementsAre("+46 all"));
+    EXPECT_TRUE(mKeyboard->Grab());
+}
+
+TEST_F(Handover, WithoutAWitnessTheKeyboardIsNotGrabbed) {
+    mDevice.isForbidden = true;
+    EXPECT_FALSE(mKeyboard->Grab());
+    EXPECT_EQ(errno, EACCES);
+    mDevice.isForbidden = false;
+    EXPECT_TRUE(mKeyboard->Grab());
 }
 
 /// The keys of a session that a gate keeps, over a keyboard whose events get lost.
@@ -203,7 +338,7 @@ class SessionOverLosses final : keyboard::KeySession, keyboard::KeyJudge {
     int Roll(int sides) { return std::uniform_int_distribution<int>(0, sides - 1)(mRandom); }
 
     void Read() {
-        mKeyboard->Read([this](const input_event& event) {
+        mKeyboard->Read([this](const input_event& event, Audience) {
             if (event.type != EV_KEY) return;
             mGate.Feed({1, event.code, static_cast<Action>(event.value)});
         });

@@ -44,6 +44,12 @@ bool IsAnyKeyboardThere() {
                        [](const std::string& path) { return Keyboard::Open(path) != nullptr; });
 }
 
+void LogThatKeyboardsAreGivenBack() {
+    NSLog(
+        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
+              "or lost its guard; restart it to forward keys again"));
+}
+
 }  // namespace
 
 std::unique_ptr<EvdevKeySource> EvdevKeySource::Open() {
@@ -70,14 +76,17 @@ void EvdevKeySource::Hold() {
 void EvdevKeySource::LetGo() {
     mIsHolding = false;
     for (auto& [id, device] : mDevices) {
-        if (device.state == State::kHeld || device.state == State::kSettling) GiveBack(device);
+        if (device.state == State::kHeld) GiveBack(id, device);
+        if (device.state == State::kSettling) device.state = State::kListening;
     }
     StopListening();
 }
 
-void EvdevKeySource::GiveBack(Device& device) {
-    if (device.state == State::kHeld) device.keyboard->Ungrab();
+void EvdevKeySource::GiveBack(DeviceID id, Device& device) {
+    mGuard.Beat();
+    device.keyboard->Ungrab();
     device.state = State::kListening;
+    ReadDevice(id, device);
 }
 
 /// Leaves the devices to which nothing is owed.
@@ -98,7 +107,7 @@ void EvdevKeySource::MakeIdle(DeviceID id, Device& device) {
 }
 
 void EvdevKeySource::CloseKeyboard(Device& device) {
-    mGuard.ForgetDevice(device.slot);
+    mGuard.ForgetDevice(device.watch);
     device.isGuarded = false;
     mPoll.Unwatch(device.keyboard->Descriptor());
     device.keyboard.reset();
@@ -136,24 +145,14 @@ void EvdevKeySource::Add(const std::string& path) {
     if (known != mDevices.end()) return Prepare(known->second, std::move(keyboard));
     // The user's rights to keyboards and to uinput come one after the other.
     if (!Clone::IsPossible()) return;
-    if (mDevices.size() >= GuardPage::kSlots) return;
-    const std::uint32_t slot = FreeSlot();
     Device& device = mDevices[++mLastID];
     device.path = path;
-    device.slot = slot;
     Prepare(device, std::move(keyboard));
 }
 
-std::uint32_t EvdevKeySource::FreeSlot() const {
-    std::array<bool, GuardPage::kSlots> isTaken{};
-    for (const auto& [id, device] : mDevices) {
-        isTaken[device.slot] = true;
-    }
-    return static_cast<std::uint32_t>(std::find(isTaken.begin(), isTaken.end(), false) -
-                                      isTaken.begin());
-}
-
 void EvdevKeySource::Prepare(Device& device, std::shared_ptr<Keyboard> keyboard) {
+    // Making a clone takes a while, and there may be many to make.
+    mGuard.Beat();
     if (!GiveClone(device, *keyboard)) {
         device.state = State::kGone;
         return;
@@ -161,7 +160,8 @@ void EvdevKeySource::Prepare(Device& device, std::shared_ptr<Keyboard> keyboard)
     device.keyboard = std::move(keyboard);
     device.state = State::kSettling;
     mPoll.Watch(device.keyboard->Descriptor());
-    mGuard.WatchDevice(device.slot, device.keyboard->Descriptor(), device.clone->Descriptor());
+    device.watch = ++mLastWatch;
+    mGuard.WatchDevice(device.watch, device.keyboard->Descriptor(), device.clone->Descriptor());
 }
 
 /// A clone that is there stays, unless another keyboard has come by the same name.
@@ -207,16 +207,14 @@ void EvdevKeySource::Grab(DeviceID id, Device& device) {
     // Whether the session or the other program got what was pressed nobody knows, and whoever gets
     // the release alone is not harmed.
     if (device.isRefused && device.keyboard->IsAnyKeyDown()) return;
+    MakeUp(id, device);
+    if (!device.keyboard) return;
     if (!device.keyboard->Grab()) return TryAgainLater(device);
     device.state = State::kHeld;
     device.isRefused = false;
-    const std::vector<KeyCode> down = device.keyboard->KeysDown();
-    for (KeyCode code = 0; code < KEY_CNT; ++code) {
-        const bool isDown = std::find(down.begin(), down.end(), code) != down.end();
-        mGuard.SetDownBefore(device.slot, code, isDown);
-    }
-    mGate->Open(id, down);
+    mGate->Open(id, device.keyboard->KeysDown());
     TakeOverLights(device);
+    ReadDevice(id, device);
 }
 
 /// The kernel passes on only what changes: what the session then switches on the clone is heard of
@@ -240,13 +238,9 @@ void EvdevKeySource::TryAgainLater(Device& device) {
 }
 
 void EvdevKeySource::LoseDevice(DeviceID id, Device& device) {
-    const bool isKnownToTheGate = device.state != State::kSettling;
     CloseKeyboard(device);
     device.state = State::kGone;
-    if (isKnownToTheGate)
-        mGate->Close(id);
-    else
-        CloseClone(device);
+    mGate->Close(id);
 }
 
 /// Devices that are gone are kept until nobody further up works on them.
@@ -299,17 +293,15 @@ void EvdevKeySource::Release(DeviceID id, KeyCode code, PressedBy by) {
     if (found == mDevices.end()) return;
     Device& device = found->second;
     if (by == PressedBy::kGate && device.clone) return device.clone->SendKey(code, false);
-    if (device.state != State::kHeld) return;
-    // What was held until now must not be taken for what slips through meanwhile.
-    ReadDevice(id, device);
-    if (device.state != State::kHeld) return;
-    device.keyboard->ReleaseForOthers(code);
-    mGuard.SetDownBefore(device.slot, code, false);
-    bool hasSlipped = false;
-    const bool isThere = device.keyboard->Read(
-        [&](const input_event& event) { hasSlipped |= event.type == EV_KEY; });
-    if (!isThere) return LoseDevice(id, device);
-    if (hasSlipped) mGate->Open(id, device.keyboard->KeysDown());
+    if (device.state != State::kHeld && device.state != State::kListening) return;
+    // Before a grab ends the kernel waits, and that for each key.
+    mGuard.Beat();
+    if (!device.keyboard->ReleaseForOthers(code)) {
+        device.state = State::kSettling;
+        TryAgainLater(device);
+    }
+    // The gate is in the middle of something, so what has come meanwhile is taken afterwards.
+    mPoll.Wake();
 }
 
 void EvdevKeySource::Close(DeviceID id) {
@@ -324,8 +316,26 @@ void EvdevKeySource::Read() {
     // Before what has become ready is looked up: a device that has gone until then tells so.
     SweepUp();
     mPoll.ReadReady([this](int descriptor) { ReadFrom(descriptor); });
+    for (auto& [id, device] : mDevices) {
+        if (device.keyboard && device.keyboard->HasMore()) ReadDevice(id, device);
+    }
+    AskWhatIsOwed();
     GrabWhatIsReady();
     StopListening();
+}
+
+/// Of what goes up while another program has grabbed a keyboard nobody else hears.
+void EvdevKeySource::AskWhatIsOwed() {
+    for (auto& [id, device] : mDevices) {
+        const bool isHeard = device.state == State::kSettling || device.state == State::kListening;
+        if (isHeard && mGate->IsOwing(id)) MakeUp(id, device);
+    }
+}
+
+/// Brings the gate in step with the hand on a keyboard that is not held.
+void EvdevKeySource::MakeUp(DeviceID id, Device& device) {
+    device.keyboard->MakeUp();
+    ReadDevice(id, device);
 }
 
 void EvdevKeySource::ReadFrom(int descriptor) {
@@ -340,23 +350,24 @@ void EvdevKeySource::ReadFrom(int descriptor) {
 
 void EvdevKeySource::ReadDevice(DeviceID id, Device& device) {
     const auto keyboard = device.keyboard;
-    const bool isThere =
-        keyboard->Read([&](const input_event& event) { TakeEvent(id, device, event); });
+    const bool isThere = keyboard->Read([&](const input_event& event, Keyboard::Audience audience) {
+        TakeEvent(id, device, event, audience);
+    });
     // It may have been found to be gone already, while one of its events was taken.
     if (!isThere && device.keyboard == keyboard) LoseDevice(id, device);
 }
 
-void EvdevKeySource::TakeEvent(DeviceID id, Device& device, const input_event& event) {
-    if (device.state != State::kHeld && device.state != State::kListening) return;
+void EvdevKeySource::TakeEvent(DeviceID id, Device& device, const input_event& event,
+                               Keyboard::Audience audience) {
+    if (device.state == State::kIdle || device.state == State::kGone) return;
+    const bool isHeld = audience == Keyboard::Audience::kUs;
     if (event.type == EV_KEY) {
-        const auto action = static_cast<Action>(std::clamp(event.value, 0, 2));
-        return mGate->Feed({id, event.code, action});
+        const KeyEvent key{id, event.code, static_cast<Action>(std::clamp(event.value, 0, 2))};
+        return isHeld ? mGate->Feed(key) : mGate->Overhear(key);
     }
     // A wheel or a knob on a keyboard is nothing to ask about.
     const bool isMotion = event.type == EV_REL || event.type == EV_ABS;
-    if (isMotion && device.state == State::kHeld) {
-        device.clone->Send(event.type, event.code, event.value);
-    }
+    if (isMotion && isHeld) device.clone->Send(event.type, event.code, event.value);
 }
 
 /// The session switches the lights of the clone; those of the keyboard follow.
@@ -372,35 +383,42 @@ void EvdevKeySource::ReadLights(Device& device) {
 
 void EvdevKeySource::ReadGuard() {
     for (;;) {
-        std::uint32_t slot = 0;
-        switch (mGuard.Read(&slot)) {
+        std::uint32_t watch = 0;
+        switch (mGuard.Read(&watch)) {
             case GuardLink::News::kNone:
                 if (mGuard.IsFreed()) Lose();
                 return;
             case GuardLink::News::kReady:
-                TakeReady(slot);
+                TakeReady(watch);
                 break;
             case GuardLink::News::kFreed:
-            case GuardLink::News::kGone:
                 return Lose();
+            case GuardLink::News::kGone:
+                return mGuard.IsFreed() ? Lose() : LoseGuard();
         }
     }
 }
 
-void EvdevKeySource::TakeReady(std::uint32_t slot) {
+void EvdevKeySource::TakeReady(std::uint32_t watch) {
     for (auto& [id, device] : mDevices) {
-        if (device.slot == slot && device.keyboard) device.isGuarded = true;
+        if (device.watch == watch && device.keyboard) device.isGuarded = true;
     }
+}
+
+/// Nobody could free the keyboards now. The tap lets go of them, in order, when it finds the gate
+/// disabled.
+void EvdevKeySource::LoseGuard() {
+    if (std::exchange(mIsLost, true)) return;
+    LogThatKeyboardsAreGivenBack();
+    mPoll.SetBeating(false);
+    mGate->Disable(DisabledBy::kTimeout);
 }
 
 /// The keyboards are the session's again, and stay so.
 void EvdevKeySource::Lose() {
-    if (mIsLost) return;
-    mIsLost = true;
+    if (std::exchange(mIsLost, true)) return;
     mIsHolding = false;
-    NSLog(
-        CFSTR("The keyboards were given back to the session, because the daemon made no progress "
-              "or lost its guard; restart it to forward keys again"));
+    LogThatKeyboardsAreGivenBack();
     for (auto& [id, device] : mDevices) {
         if (device.keyboard) CloseKeyboard(device);
         CloseClone(device);

@@ -40,7 +40,7 @@ class EvdevKeySource final : public KeySource {
 
     enum class State {
         kIdle,      ///< the device is closed
-        kSettling,  ///< to be held once guard and session are ready
+        kSettling,  ///< to be held once guard and session are ready; something may be owed
         kHeld,
         kListening,  ///< given back, but something is owed
         kGone,       ///< unplugged; its clone stays until the gate has decided on the last key
@@ -55,7 +55,7 @@ class EvdevKeySource final : public KeySource {
         Clock::time_point made;  ///< its clone
         bool isAnnounced = false;
         Clock::time_point settled;  ///< from when it is tried to grab it, once it is announced
-        std::uint32_t slot = 0;     ///< at the guard
+        std::uint32_t watch = 0;    ///< what the guard calls the keyboard that is open
         bool isGuarded = false;
         bool isRefused = false;  ///< another program holds it, which was logged
     };
@@ -69,13 +69,12 @@ class EvdevKeySource final : public KeySource {
     Devices::iterator Find(const std::string& path);
     void Prepare(Device& device, std::shared_ptr<Keyboard> keyboard);
     bool GiveClone(Device& device, const Keyboard& keyboard);
-    std::uint32_t FreeSlot() const;
     void GrabWhatIsReady();
     static bool IsSettled(Device& device);
     void Grab(DeviceID id, Device& device);
     void TakeOverLights(Device& device);
     void TryAgainLater(Device& device);
-    void GiveBack(Device& device);
+    void GiveBack(DeviceID id, Device& device);
     void MakeIdle(DeviceID id, Device& device);
     void LoseDevice(DeviceID id, Device& device);
     void CloseKeyboard(Device& device);
@@ -88,13 +87,17 @@ class EvdevKeySource final : public KeySource {
     // Events
     void ReadFrom(int descriptor);
     void ReadDevice(DeviceID id, Device& device);
-    void TakeEvent(DeviceID id, Device& device, const input_event& event);
+    void AskWhatIsOwed();
+    void MakeUp(DeviceID id, Device& device);
+    void TakeEvent(DeviceID id, Device& device, const input_event& event,
+                   Keyboard::Audience audience);
     void ReadLights(Device& device);
     void StopListening();
 
     // The guard
     void ReadGuard();
-    void TakeReady(std::uint32_t slot);
+    void TakeReady(std::uint32_t watch);
+    void LoseGuard();
     void Lose();
 
     KeyGate* mGate = nullptr;
@@ -105,6 +108,7 @@ class EvdevKeySource final : public KeySource {
     bool mIsLost = false;
     Devices mDevices;
     DeviceID mLastID = 0;
+    std::uint32_t mLastWatch = 0;
 };
 
 }  // namespace kivo::keyboard::evdev

@@ -8,15 +8,16 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "keyboard/evdev/Clone.h"
-#include "keyboard/evdev/Grab.h"
+#include "keyboard/evdev/Node.h"
 
 namespace kivo::keyboard::evdev {
 namespace {
 
 bool IsAskedAbout(KeyCode code) {
-    return VirtualKeyOf(code) && !IsMachineKey(code) && !ModifierFlags::IsModifier(code);
+    return KeyToAskAbout(code).has_value();
 }
 
 bool HasKeys(const libevdev* device, bool (*wanted)(KeyCode)) {
@@ -24,6 +25,19 @@ bool HasKeys(const libevdev* device, bool (*wanted)(KeyCode)) {
         if (wanted(code) && libevdev_has_event_code(device, EV_KEY, code)) return true;
     }
     return false;
+}
+
+bool IsSame(const input_event& one, const input_event& other) {
+    return one.type == other.type && one.code == other.code && one.value == other.value &&
+           one.input_event_sec == other.input_event_sec &&
+           one.input_event_usec == other.input_event_usec;
+}
+
+/// Where an event is among those that were read; `end` when it is not there.
+template <typename Iterator>
+Iterator Find(Iterator first, Iterator end, const std::optional<input_event>& event) {
+    if (!event) return end;
+    return std::find_if(first, end, [&](const auto& one) { return IsSame(one.event, *event); });
 }
 
 bool MayBeHeld(const libevdev* device) {
@@ -50,16 +64,6 @@ bool Keyboard::MayOpen(const std::string& path) {
     return faccessat(AT_FDCWD, path.c_str(), R_OK | W_OK, AT_EACCESS) == 0;
 }
 
-Keyboard::Keys Keyboard::AskWhatIsDown() const {
-    std::array<std::uint8_t, (KEY_CNT + 7) / 8> bytes{};
-    ioctl(mDescriptor.Get(), EVIOCGKEY(bytes.size()), bytes.data());
-    Keys down;
-    for (KeyCode code = 0; code < KEY_CNT; ++code) {
-        down[code] = (bytes[code / 8] >> (code % 8) & 1) != 0;
-    }
-    return down;
-}
-
 std::vector<KeyCode> Keyboard::KeysDown() const {
     std::vector<KeyCode> codes;
     for (KeyCode code = 0; code < KEY_CNT; ++code) {
@@ -79,56 +83,109 @@ bool Keyboard::IsLightOn(unsigned light) const {
 }
 
 bool Keyboard::Grab() {
-    if (ioctl(mDescriptor.Get(), EVIOCGRAB, 1) != 0) return false;
-    // The kernel takes the key events before its answer out of what is to be read.
-    mDown = AskWhatIsDown();
-    mQueue.clear();
-    mEchoes.clear();
-    return true;
+    mWitness.emplace(mDescriptor.Get());
+    if (!*mWitness) return false;
+    // What came until here everybody got, though the witness may not have heard it.
+    Fetch();
+    return BeginGrab();
 }
 
 void Keyboard::Ungrab() {
-    EndGrab(mDescriptor.Get());
+    EndGrab();
+    mWitness.reset();
 }
 
-void Keyboard::ReleaseForOthers(KeyCode code) {
-    const bool isDown = mDown[code];
-    Ungrab();
-    // The kernel passes on only what changes. Others take the press of a key that they have down
-    // for nothing new.
-    if (!isDown) InjectKey(code, 1);
-    InjectKey(code, 0);
-    ioctl(mDescriptor.Get(), EVIOCGRAB, 1);
+bool Keyboard::BeginGrab() {
+    if (ioctl(mDescriptor.Get(), EVIOCGRAB, 1) != 0) {
+        mWitness.reset();
+        return false;
+    }
+    mAudience = Audience::kUs;
+    const std::size_t before = mQueue.size();
+    Fetch();
+    mWitness->Listen();
+    const auto last = Find(FetchedSince(before), mQueue.end(), mWitness->Last());
+    if (last != mQueue.end()) MarkShared(FetchedSince(before), std::next(last));
+    return true;
+}
+
+void Keyboard::EndGrab() {
+    evdev::EndGrab(mDescriptor.Get());
+    const std::size_t before = mQueue.size();
+    Fetch();
+    mAudience = Audience::kEverybody;
+    mWitness->Listen();
+    MarkShared(Find(FetchedSince(before), mQueue.end(), mWitness->First()), mQueue.end());
+}
+
+void Keyboard::MarkShared(const Queue::iterator& first, const Queue::iterator& end) {
+    std::for_each(first, end, [](Heard& heard) { heard.audience = Audience::kEverybody; });
+}
+
+bool Keyboard::ReleaseForOthers(KeyCode code) {
+    const bool isGrabbed = mAudience == Audience::kUs;
+    if (isGrabbed) EndGrab();
+    const bool isDown = IsDownAtLast(code);
+    if (isDown)
+        InjectKey(code, 0);
+    else
+        InjectPressAndRelease(code);
+    if (isGrabbed && !BeginGrab()) return false;
     // Down in the hand it stays: here alone, so that its release is seen when it comes.
     if (isDown) InjectKey(code, 1);
+    Fetch();
+    return true;
 }
 
 bool Keyboard::Read(const Taker& take) {
+    const bool isThere = Fetch();
+    TakeQueued(take);
+    // What was injected was fetched at once: an echo that did not come never will.
+    mEchoes.clear();
+    return isThere;
+}
+
+Keyboard::Queue::iterator Keyboard::FetchedSince(std::size_t count) {
+    return mQueue.begin() + static_cast<std::ptrdiff_t>(count);
+}
+
+/// Appends all that the kernel has; false when the keyboard is gone.
+bool Keyboard::Fetch() {
     std::array<input_event, 64> events{};
-    for (bool isMore = true; isMore;) {
+    for (;;) {
         const ssize_t size = read(mDescriptor.Get(), events.data(), sizeof events);
         if (size < 0 && errno == EINTR) continue;
-        const bool isEmpty = size < 0 && errno == EAGAIN;
-        if (size <= 0 && !isEmpty) return false;
-        const std::size_t count =
-            isEmpty ? 0 : static_cast<std::size_t>(size) / sizeof(input_event);
-        mQueue.insert(mQueue.end(), events.data(), events.data() + count);
-        TakeQueued(take);
-        isMore = count == events.size();
+        if (size <= 0) return size < 0 && errno == EAGAIN;
+        const std::size_t count = static_cast<std::size_t>(size) / sizeof(input_event);
+        for (std::size_t i = 0; i < count; ++i) {
+            mQueue.push_back({events[i], mAudience});
+        }
+        if (count < events.size()) return true;
     }
-    // What was injected is there at once: an echo that did not come never will.
-    mEchoes.clear();
-    return true;
 }
 
 void Keyboard::TakeQueued(const Taker& take) {
     while (!mQueue.empty()) {
-        const input_event event = mQueue.front();
-        mQueue.pop_front();
-        if (event.type == EV_SYN && event.code == SYN_DROPPED) MakeUp();
-        if (event.type == EV_KEY && event.code < KEY_CNT) mDown[event.code] = event.value != 0;
-        if (!IsEcho(event)) take(event);
+        const Heard next = TakeNext();
+        if (!IsEcho(next)) take(next.event, next.audience);
     }
+}
+
+Keyboard::Heard Keyboard::TakeNext() {
+    const Heard next = mQueue.front();
+    const input_event& event = next.event;
+    mQueue.pop_front();
+    if (event.type == EV_SYN && event.code == SYN_DROPPED) MakeUp();
+    if (event.type == EV_KEY && event.code < KEY_CNT) mDown[event.code] = event.value != 0;
+    return next;
+}
+
+/// As far as was fetched.
+bool Keyboard::IsDownAtLast(KeyCode code) const {
+    const auto last = std::find_if(mQueue.rbegin(), mQueue.rend(), [code](const Heard& heard) {
+        return heard.event.type == EV_KEY && heard.event.code == code;
+    });
+    return last == mQueue.rend() ? mDown[code] : last->event.value != 0;
 }
 
 /// Instead of all that waits to be taken, whose outcome is in the kernel's answer. The kernel takes
@@ -140,17 +197,19 @@ void Keyboard::MakeUp() {
     mEchoes.clear();
     for (KeyCode code = 0; code < KEY_CNT; ++code) {
         if (!changed[code]) continue;
-        input_event& event = mQueue.emplace_back();
+        input_event event{};
         event.type = EV_KEY;
         event.code = code;
         event.value = now[code] ? 1 : 0;
+        mQueue.push_back({event, mAudience});
     }
 }
 
-bool Keyboard::IsEcho(const input_event& event) {
-    if (event.type != EV_KEY || mEchoes.empty()) return false;
+bool Keyboard::IsEcho(const Heard& heard) {
+    if (heard.event.type != EV_KEY) return false;
     const auto echo = std::find_if(mEchoes.begin(), mEchoes.end(), [&](const Echo& one) {
-        return one.code == event.code && one.value == event.value;
+        return one.code == heard.event.code && one.value == heard.event.value &&
+               one.audience == heard.audience;
     });
     if (echo == mEchoes.end()) return false;
     mEchoes.erase(echo);
@@ -162,8 +221,15 @@ void Keyboard::SetLight(std::uint16_t light, bool isOn) {
 }
 
 void Keyboard::InjectKey(KeyCode code, std::int32_t value) {
-    mEchoes.push_back({code, value});
+    mEchoes.push_back({code, value, mAudience});
     Inject(EV_KEY, code, value);
+}
+
+/// In one go: a press that nobody lives to release would never be.
+void Keyboard::InjectPressAndRelease(KeyCode code) {
+    mEchoes.push_back({code, 1, mAudience});
+    mEchoes.push_back({code, 0, mAudience});
+    TypeKey(mDescriptor.Get(), code);
 }
 
 void Keyboard::Inject(std::uint16_t type, std::uint16_t code, std::int32_t value) {

@@ -3,16 +3,18 @@
 #include <libevdev/libevdev.h>
 #include <linux/input.h>
 
-#include <bitset>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "CoreFoundation/FileDescriptor.h"
 #include "keyboard/KeyGate.h"
+#include "keyboard/evdev/Node.h"
+#include "keyboard/evdev/Witness.h"
 
 namespace kivo::keyboard::evdev {
 
@@ -39,21 +41,29 @@ class Keyboard {
     bool HasLight(unsigned light) const;
     bool IsLightOn(unsigned light) const;
 
-    /// Takes the events away from everybody else, and knows afterwards what is down: what came
-    /// until then the others have got as well, or another who had the keyboard. False with errno
-    /// set (EBUSY: another has).
+    /// Takes the events away from everybody else; what everybody got until then is still to be
+    /// read, too. False with errno set (EBUSY: another has them).
     bool Grab();
+    /// Gives them back; what came here alone until then is still to be read.
     void Ungrab();
 
-    /// Releases a key that the rest of the system has down from this keyboard, which is grabbed:
-    /// by events that the keyboard itself sends while the grab is interrupted.
-    void ReleaseForOthers(KeyCode code);
+    /// Releases a key that the rest of the system has down from this keyboard: by events that the
+    /// keyboard itself sends, for which a grab is interrupted. False when another grabs it then.
+    bool ReleaseForOthers(KeyCode code);
 
-    using Taker = std::function<void(const input_event&)>;
+    /// Who got an event.
+    enum class Audience { kUs, kEverybody };
+    using Taker = std::function<void(const input_event&, Audience)>;
     /// Calls `take`, which may read too, for each event that has come, in order. When the kernel
     /// had to drop some, presses and releases make up for them that lead to what is down now. False
     /// when the keyboard is gone.
     bool Read(const Taker& take);
+    /// Whether there is something to be taken of which the descriptor does not tell.
+    bool HasMore() const { return !mQueue.empty(); }
+
+    /// The same for events that nobody but another program gets, which has grabbed the keyboard:
+    /// what is then to be taken makes up for them.
+    void MakeUp();
 
     void SetLight(std::uint16_t light, bool isOn);
 
@@ -61,28 +71,43 @@ class Keyboard {
     struct FreeDevice {
         void operator()(libevdev* device) const { libevdev_free(device); }
     };
+    struct Heard {
+        input_event event;
+        Audience audience;
+    };
+    using Queue = std::deque<Heard>;
     struct Echo {
         KeyCode code;
         std::int32_t value;
+        Audience audience;
     };
-
-    using Keys = std::bitset<KEY_CNT>;
 
     Keyboard(FileDescriptor descriptor, libevdev* device)
         : mDescriptor(std::move(descriptor)), mDevice(device) {}
 
-    Keys AskWhatIsDown() const;
+    Keys AskWhatIsDown() const { return evdev::AskWhatIsDown(mDescriptor.Get()); }
+    bool BeginGrab();
+    void EndGrab();
+    bool Fetch();
+    Queue::iterator FetchedSince(std::size_t count);
+    static void MarkShared(const Queue::iterator& first, const Queue::iterator& end);
     void TakeQueued(const Taker& take);
-    void MakeUp();
+    Heard TakeNext();
+    bool IsDownAtLast(KeyCode code) const;
     void Inject(std::uint16_t type, std::uint16_t code, std::int32_t value);
     void InjectKey(KeyCode code, std::int32_t value);
-    bool IsEcho(const input_event& event);
+    void InjectPressAndRelease(KeyCode code);
+    bool IsEcho(const Heard& heard);
 
     FileDescriptor mDescriptor;
     /// What the device is and has; its events are not read by it.
     std::unique_ptr<libevdev, FreeDevice> mDevice;
+    /// Of what comes now.
+    Audience mAudience = Audience::kEverybody;
+    /// While the keyboard is grabbed.
+    std::optional<Witness> mWitness;
     /// What was read and not taken yet.
-    std::deque<input_event> mQueue;
+    Queue mQueue;
     Keys mDown;
     /// What was injected comes back here like all else.
     std::deque<Echo> mEchoes;

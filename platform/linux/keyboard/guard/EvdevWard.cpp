@@ -1,37 +1,56 @@
 #include "keyboard/guard/EvdevWard.h"
 
+#include <fcntl.h>
 #include <linux/input.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "keyboard/evdev/Grab.h"
+#include <cstddef>
+#include <cstdint>
+#include <utility>
 
 namespace kivo::keyboard {
 
+std::unique_ptr<EvdevWard> EvdevWard::Open(FileDescriptor device, FileDescriptor clone) {
+    FileDescriptor ear = evdev::OpenAgain(device.Get(), O_RDWR);
+    if (!ear) return nullptr;
+    return std::unique_ptr<EvdevWard>(
+        new EvdevWard(std::move(device), std::move(clone), std::move(ear)));
+}
+
+EvdevWard::EvdevWard(FileDescriptor device, FileDescriptor clone, FileDescriptor ear)
+    : mDevice(std::move(device)),
+      mClone(std::move(clone)),
+      mEar(std::move(ear)),
+      mDown(evdev::AskWhatIsDown(mEar.Get())) {}
+
+void EvdevWard::Listen() {
+    input_event event{};
+    while (read(mEar.Get(), &event, sizeof event) == sizeof event) {
+        if (event.type == EV_KEY && event.code < KEY_CNT) mDown[event.code] = event.value != 0;
+        // Then whoever reads the keyboard goes by what is down.
+        if (event.type == EV_SYN && event.code == SYN_DROPPED) {
+            mDown = evdev::AskWhatIsDown(mEar.Get());
+        }
+    }
+}
+
 void EvdevWard::Free() {
-    evdev::EndGrab(mDevice.Get());
-    // At once: what goes up from now on the session sees by itself.
+    // At once: what goes up from now on the session sees by itself, as it did all the time when the
+    // keyboard was not grabbed.
+    evdev::Revoke(mDevice.Get(), mEar.Get());
     ReleaseWhatIsUp();
     // The kernel releases all keys of a device that goes, which takes a while.
     ioctl(mClone.Get(), UI_DEV_DESTROY);
 }
 
-/// What was pressed before the grab and let go of since: nobody but the daemon saw that.
+/// What was pressed when everybody heard it, and let go of when only the daemon did.
 void EvdevWard::ReleaseWhatIsUp() {
-    std::array<std::uint8_t, (KEY_CNT + 7) / 8> down{};
-    if (ioctl(mDevice.Get(), EVIOCGKEY(down.size()), down.data()) < 0) return;
-    for (std::uint16_t code = 0; code < KEY_CNT; ++code) {
-        const bool isUp = (down[code / 8] >> (code % 8) & 1) == 0;
-        if (!isUp || mDownBefore[code].load() == 0) continue;
-        // The kernel passes on only what changes, so the press comes first; whoever has the key
-        // down takes it for nothing new.
-        std::array<input_event, 4> events{};
-        events[0].type = events[2].type = EV_KEY;
-        events[0].code = events[2].code = code;
-        events[0].value = 1;
-        events[1].type = events[3].type = EV_SYN;
-        if (write(mDevice.Get(), events.data(), sizeof events) < 0) return;
+    Listen();
+    const evdev::Keys stuck = mDown & ~evdev::AskWhatIsDown(mEar.Get());
+    for (std::size_t code = 0; code < stuck.size(); ++code) {
+        if (stuck[code]) evdev::TypeKey(mEar.Get(), static_cast<std::uint16_t>(code));
     }
 }
 

@@ -1,34 +1,35 @@
 #pragma once
 
-#include <linux/input-event-codes.h>
-
-#include <array>
-#include <atomic>
-#include <cstdint>
+#include <memory>
 
 #include "CoreFoundation/FileDescriptor.h"
+#include "keyboard/evdev/Node.h"
 #include "keyboard/guard/Ward.h"
 
 namespace kivo::keyboard {
 
-/// A keyboard that is grabbed, and the clone that types for it. Descriptors that the daemon and the
-/// guard share: either can end the grab and destroy the clone.
+/// A keyboard that may be grabbed, and the clone that types for it. Descriptors that the daemon and
+/// the guard share: either can end the grab and destroy the clone.
+///
+/// An opening of its own hears what everybody hears. So the guard knows which keys the session has
+/// down from the keyboard itself, whatever the daemon was in the middle of.
 class EvdevWard final : public Ward {
   public:
-    using Keys = std::array<std::atomic<std::uint8_t>, KEY_CNT>;
+    /// Null when this process may not open the keyboard.
+    static std::unique_ptr<EvdevWard> Open(FileDescriptor device, FileDescriptor clone);
 
-    /// `downBefore` outlives the ward.
-    EvdevWard(FileDescriptor device, FileDescriptor clone, const Keys& downBefore)
-        : mDevice(std::move(device)), mClone(std::move(clone)), mDownBefore(downBefore) {}
-
+    void Listen() override;
     void Free() override;
 
   private:
+    EvdevWard(FileDescriptor device, FileDescriptor clone, FileDescriptor ear);
     void ReleaseWhatIsUp();
 
     const FileDescriptor mDevice;
     const FileDescriptor mClone;
-    const Keys& mDownBefore;
+    const FileDescriptor mEar;
+    /// The keys that everybody has down from the keyboard, as far as was heard.
+    evdev::Keys mDown;
 };
 
 }  // namespace kivo::keyboard

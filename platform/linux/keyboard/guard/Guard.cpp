@@ -22,7 +22,7 @@ void Guard::Run() {
         pollfd socket{mSocket, POLLIN, 0};
         const int ready = poll(&socket, 1, mIsArmed ? static_cast<int>(kLook.count()) : -1);
         if (ready > 0 && !TakeOrders()) break;
-        if (ready == 0) LookForProgress();
+        if (ready == 0) Look();
     }
     if (mIsArmed) FreeAll();
 }
@@ -59,6 +59,9 @@ void Guard::Obey(const GuardMessage& message, std::vector<FileDescriptor> descri
         case GuardOrder::kDisarm:
             SetArmed(message.order == GuardOrder::kArm);
             break;
+        case GuardOrder::kFree:
+            FreeAll();
+            break;
     }
 }
 
@@ -69,15 +72,14 @@ void Guard::TakePage(const FileDescriptor& descriptor) {
 }
 
 void Guard::Watch(std::uint32_t number, std::unique_ptr<Ward> ward) {
-    if (!ward || mPage == nullptr) return;
+    if (!ward || mPage == nullptr) return Report(GuardNews::kRefused, number);
     mWards[number] = std::move(ward);
     Report(GuardNews::kReady, number);
 }
 
-void Guard::WatchDevice(std::uint32_t slot, std::vector<FileDescriptor> descriptors) {
-    if (descriptors.size() != 2 || slot >= GuardPage::kSlots || mPage == nullptr) return;
-    Watch(slot, std::make_unique<EvdevWard>(std::move(descriptors[0]), std::move(descriptors[1]),
-                                            mPage->downBefore[slot]));
+void Guard::WatchDevice(std::uint32_t number, std::vector<FileDescriptor> descriptors) {
+    if (descriptors.size() != 2) return Report(GuardNews::kRefused, number);
+    Watch(number, EvdevWard::Open(std::move(descriptors[0]), std::move(descriptors[1])));
 }
 
 void Guard::SetArmed(bool isArmed) {
@@ -85,7 +87,10 @@ void Guard::SetArmed(bool isArmed) {
     if (mIsArmed) mLookout.Begin(mPage->beats.load(std::memory_order_relaxed));
 }
 
-void Guard::LookForProgress() {
+void Guard::Look() {
+    for (const auto& [number, ward] : mWards) {
+        ward->Listen();
+    }
     if (!mLookout.IsInVain(mPage->beats.load(std::memory_order_relaxed))) return;
     FreeAll();
     Report(GuardNews::kFreed);

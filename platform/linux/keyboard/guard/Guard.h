@@ -28,10 +28,10 @@ class Guard {
     bool TakeOrders();
     void Obey(const GuardMessage& message, std::vector<FileDescriptor> descriptors);
     void TakePage(const FileDescriptor& descriptor);
-    void WatchDevice(std::uint32_t slot, std::vector<FileDescriptor> descriptors);
+    void WatchDevice(std::uint32_t number, std::vector<FileDescriptor> descriptors);
     void Watch(std::uint32_t number, std::unique_ptr<Ward> ward);
     void SetArmed(bool isArmed);
-    void LookForProgress();
+    void Look();
     void FreeAll();
     void Report(GuardNews news, std::uint32_t number = 0);
 

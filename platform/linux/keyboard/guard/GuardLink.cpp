@@ -9,10 +9,12 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <new>
 
+#include <Workspace.h>
 #include "keyboard/guard/Packets.h"
 
 namespace kivo::keyboard {
@@ -86,18 +88,22 @@ bool GuardLink::WatchX11(const std::string& display, std::uint32_t resource) {
     return Send(message);
 }
 
-bool GuardLink::WatchDevice(std::uint32_t slot, int device, int clone) {
+bool GuardLink::WatchDevice(std::uint32_t number, int device, int clone) {
     const std::array<int, 2> descriptors{device, clone};
-    return Send({.order = GuardOrder::kWatchDevice, .number = slot}, descriptors);
+    return Send({.order = GuardOrder::kWatchDevice, .number = number}, descriptors);
 }
 
-bool GuardLink::ForgetDevice(std::uint32_t slot) {
-    return Send({.order = GuardOrder::kForgetDevice, .number = slot});
+bool GuardLink::ForgetDevice(std::uint32_t number) {
+    return Send({.order = GuardOrder::kForgetDevice, .number = number});
 }
 
 bool GuardLink::Arm(bool isArmed) {
     if (IsRunning()) Beat();
     return Send({.order = isArmed ? GuardOrder::kArm : GuardOrder::kDisarm});
+}
+
+bool GuardLink::Free() {
+    return Send({.order = GuardOrder::kFree});
 }
 
 GuardLink::News GuardLink::Read(std::uint32_t* number) {
@@ -112,13 +118,20 @@ GuardLink::News GuardLink::Read(std::uint32_t* number) {
         waitpid(mProcess, nullptr, WNOHANG);
         return News::kGone;
     }
+    if (report.news == GuardNews::kRefused) {
+        NSLog(CFSTR("A keyboard is not held, because the guard cannot connect to it"));
+        return Read(number);
+    }
     *number = report.number;
     return report.news == GuardNews::kReady ? News::kReady : News::kFreed;
 }
 
+/// A guard that has got some orders and not others would free the wrong things, should it go on.
 bool GuardLink::Send(const GuardMessage& message, std::span<const int> descriptors) {
-    return IsRunning() &&
-           SendPacket(mSocket.Get(), std::as_bytes(std::span(&message, 1)), descriptors);
+    if (!IsRunning()) return false;
+    if (SendPacket(mSocket.Get(), std::as_bytes(std::span(&message, 1)), descriptors)) return true;
+    kill(mProcess, SIGKILL);
+    return false;
 }
 
 }  // namespace kivo::keyboard

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "CoreFoundation/FileDescriptor.h"
-#include "keyboard/KeyCodes.h"
 #include "keyboard/guard/GuardProtocol.h"
 
 namespace kivo::keyboard {
@@ -25,22 +24,21 @@ class GuardLink {
     /// Readable when the guard reports; -1 before it was started.
     int Descriptor() const { return mSocket.Get(); }
 
-    /// Orders. False when the guard is gone.
+    /// Orders. False when the guard is gone, and when it did not take the order: then it is given
+    /// up, and `Read` tells that it is gone.
     bool WatchX11(const std::string& display, std::uint32_t resource);
-    /// `device` and `clone` stay the caller's; `slot` is below GuardPage::kSlots.
-    bool WatchDevice(std::uint32_t slot, int device, int clone);
-    bool ForgetDevice(std::uint32_t slot);
+    /// `device` and `clone` stay the caller's, who numbers what is watched.
+    bool WatchDevice(std::uint32_t number, int device, int clone);
+    bool ForgetDevice(std::uint32_t number);
     bool Arm(bool isArmed);
-    /// Says whether the session has a key down from the device in `slot` itself. Only while the
-    /// guard runs.
-    void SetDownBefore(std::uint32_t slot, KeyCode code, bool isDown) {
-        mPage->downBefore[slot][code].store(isDown ? 1 : 0);
-    }
+    /// Has the guard do what it does when the daemon is gone.
+    bool Free();
     /// Shows that the daemon makes progress.
     void Beat() { mPage->beats.fetch_add(1, std::memory_order_relaxed); }
 
     enum class News { kNone, kReady, kFreed, kGone };
-    /// The next report; `kNone` when there is none. `*number` is that of what is ready.
+    /// The next report; `kNone` when there is none. `*number` is that of what is ready. What the
+    /// guard cannot watch is never ready, and goes to the log.
     News Read(std::uint32_t* number);
     /// Whether the guard has taken the keyboards away, maybe without having reported it yet.
     bool IsFreed() const { return mPage != nullptr && mPage->isFreed.load() != 0; }

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <linux/input-event-codes.h>
-
 #include <array>
 #include <atomic>
-#include <bitset>
 #include <chrono>
 #include <cstdint>
 
@@ -32,11 +29,6 @@ struct GuardPage {
     std::atomic<std::uint32_t> beats{0};
     /// Set by the guard before it frees anything: the daemon must touch the keyboards no more.
     std::atomic<std::uint32_t> isFreed{0};
-
-    /// By device slot, the keys that the session has down from the keyboard itself: they were
-    /// pressed before the keyboard was held.
-    static constexpr std::size_t kSlots = 32;
-    std::array<std::array<std::atomic<std::uint8_t>, KEY_CNT>, kSlots> downBefore{};
 };
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 
@@ -44,10 +36,11 @@ static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 enum class GuardOrder : std::uint32_t {
     kTakePage,      ///< with the page's descriptor; the first
     kWatchX11,      ///< `number` is a resource of the tap's connection, `text` the display
-    kWatchDevice,   ///< `number` is the slot; with the device's descriptor and that of its clone
-    kForgetDevice,  ///< `number` is the slot
+    kWatchDevice,   ///< `number` is the daemon's; with the descriptors of device and clone
+    kForgetDevice,  ///< `number` as in the order to watch
     kArm,           ///< keyboards are held: progress is expected
     kDisarm,
+    kFree,  ///< the daemon has lost the keyboards, and cannot release what it typed
 };
 
 struct GuardMessage {
@@ -58,8 +51,9 @@ struct GuardMessage {
 
 /// From the guard.
 enum class GuardNews : std::uint32_t {
-    kReady,  ///< it can free what `number` says, as the order to watch did
-    kFreed,  ///< it has freed everything
+    kReady,    ///< it can free what `number` says, as the order to watch did
+    kRefused,  ///< it cannot
+    kFreed,    ///< it has freed everything
 };
 
 struct GuardReport {

@@ -1,5 +1,6 @@
 #include "keyboard/guard/GuardedPoll.h"
 
+#include <sys/eventfd.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -12,8 +13,10 @@ namespace kivo::keyboard {
 
 GuardedPoll::GuardedPoll()
     : mPoll(epoll_create1(EPOLL_CLOEXEC)),
-      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+      mBeat(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
+      mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     Watch(mBeat.Get());
+    Watch(mWake.Get());
 }
 
 void GuardedPoll::Watch(int descriptor) {
@@ -46,9 +49,17 @@ void GuardedPoll::SetBeating(bool isBeating) {
     mGuard.Arm(isBeating);
 }
 
+void GuardedPoll::Wake() {
+    eventfd_write(mWake.Get(), 1);
+}
+
 void GuardedPoll::Beat() {
+    if (Consume(mBeat.Get())) mGuard.Beat();
+}
+
+bool GuardedPoll::Consume(int counter) {
     std::uint64_t count = 0;
-    if (read(mBeat.Get(), &count, sizeof count) > 0) mGuard.Beat();
+    return read(counter, &count, sizeof count) > 0;
 }
 
 }  // namespace kivo::keyboard

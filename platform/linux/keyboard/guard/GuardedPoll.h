@@ -28,8 +28,11 @@ class GuardedPoll {
     bool StartGuard();
     /// While keyboards are held the guard expects beats, and gets them as long as somebody reads.
     void SetBeating(bool isBeating);
+    /// Makes the descriptor readable once, for what no other descriptor tells of.
+    void Wake();
 
-    /// Calls `read` with each descriptor that is readable now, beats excepted. Does not wait.
+    /// Calls `read` with each of the caller's descriptors, and the guard's, that is readable now.
+    /// Does not wait.
     template <typename Function>
     void ReadReady(Function&& read) {
         std::array<epoll_event, kMostAtOnce> ready;
@@ -38,19 +41,23 @@ class GuardedPoll {
             const int descriptor = ready[static_cast<std::size_t>(i)].data.fd;
             if (descriptor == mBeat.Get())
                 Beat();
+            else if (descriptor == mWake.Get())
+                Consume(descriptor);
             else
                 read(descriptor);
         }
     }
 
   private:
-    /// A keyboard and its clone for each slot; and what is one of a kind.
-    static constexpr int kMostAtOnce = 2 * GuardPage::kSlots + 8;
+    /// What is ready beyond that stays so.
+    static constexpr int kMostAtOnce = 64;
 
     void Beat();
+    static bool Consume(int counter);
 
     const FileDescriptor mPoll;
     const FileDescriptor mBeat;
+    const FileDescriptor mWake;
     GuardLink mGuard;
 };
 

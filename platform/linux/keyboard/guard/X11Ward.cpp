@@ -36,11 +36,13 @@ void X11Ward::Wait() {
 void X11Ward::ReleaseWhatIsUp() {
     const auto forPrograms = x11::KeyboardForPrograms(mConnection);
     const KeySet typed = forPrograms ? x11::KeysDownOn(mConnection, *forPrograms) : KeySet();
+    // Before the hands: what is pressed meanwhile is not stuck.
+    const KeySet session = x11::KeysDownInSession(mConnection);
     KeySet hand;
     for (const x11::Keyboard& one : x11::AttachedKeyboards(mConnection)) {
         hand |= x11::KeysDownOn(mConnection, one.number);
     }
-    const KeySet stuck = typed | (x11::KeysDownInSession(mConnection) & ~hand);
+    const KeySet stuck = typed | (session & ~hand);
     for (std::size_t key = x11::kFirstKeycode; key < stuck.size(); ++key) {
         if (stuck[key]) x11::TypeKey(mConnection, static_cast<std::uint8_t>(key), false);
     }

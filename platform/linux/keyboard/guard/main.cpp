@@ -7,8 +7,10 @@
 namespace {
 
 /// Whatever ends the daemon together with its guard, as a service manager does, must not end the
-/// guard first: it goes when the daemon is gone.
+/// guard first: it goes when the daemon is gone. Nor does what stops the daemon's process group, as
+/// a terminal does, stop the guard.
 void OutliveTheDaemon() {
+    setsid();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
         std::signal(signal, SIG_IGN);
     }

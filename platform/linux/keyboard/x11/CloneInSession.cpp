@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "CoreFoundation/PipeSignalBlocked.h"
 #include "keyboard/x11/InputDevices.h"
 #include "keyboard/x11/KeyboardMap.h"
 #include "keyboard/x11/RepeatRate.h"
@@ -43,6 +44,7 @@ std::optional<DeviceNumber> KeyboardAt(xcb_connection_t* connection, const std::
 }  // namespace
 
 bool LikenClone(const std::string& clone, const std::string& keyboard) {
+    const PipeSignalBlocked blocked;
     const Connection connection(xcb_connect(nullptr, nullptr));
     if (xcb_connection_has_error(connection.get()) != 0 || !CanHoldKeys(connection.get())) {
         return true;

@@ -1,7 +1,6 @@
 #include "keyboard/x11/X11KeySource.h"
 
 #include <linux/input-event-codes.h>
-#include <sys/eventfd.h>
 #include <xcb/xinput.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include <Workspace.h>
+#include "CoreFoundation/PipeSignalBlocked.h"
 #include "keyboard/x11/RepeatRate.h"
 
 namespace kivo::keyboard::x11 {
@@ -55,6 +55,8 @@ void LogThatKeyboardsAreGivenBack() {
 }  // namespace
 
 std::unique_ptr<X11KeySource> X11KeySource::Open() {
+    // xcb leaves the signal in force, here and wherever else it may write.
+    const PipeSignalBlocked blocked;
     xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection) != 0 || !CanHoldKeys(connection)) {
         xcb_disconnect(connection);
@@ -67,13 +69,11 @@ X11KeySource::X11KeySource(xcb_connection_t* connection)
     : mConnection(connection),
       mRoot(RootWindow(connection)),
       mResource(xcb_generate_id(connection)),
-      mTyping(connection),
-      mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+      mTyping(connection) {
     xcb_create_window(connection, 0, mResource, mRoot, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     xcb_flush(connection);
     mPoll.Watch(xcb_get_file_descriptor(connection));
-    mPoll.Watch(mWake.Get());
 }
 
 X11KeySource::~X11KeySource() {
@@ -83,12 +83,13 @@ X11KeySource::~X11KeySource() {
 /// Waiting for a reply may have read events, of which the descriptor then tells nothing.
 void X11KeySource::Wake() {
     xcb_flush(mConnection);
-    eventfd_write(mWake.Get(), 1);
+    mPoll.Wake();
 }
 
 // Holding
 
 void X11KeySource::Hold() {
+    const PipeSignalBlocked blocked;
     if (mIsLost) return;
     mIsHolding = true;
     StartGuard();
@@ -96,6 +97,7 @@ void X11KeySource::Hold() {
 }
 
 void X11KeySource::LetGo() {
+    const PipeSignalBlocked blocked;
     mIsHolding = false;
     if (mIsLost || !mIsListening) return;
     SelectEvents(true);
@@ -118,7 +120,7 @@ void X11KeySource::SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uin
 }
 
 void X11KeySource::GrabAll() {
-    SelectEvents(false);
+    SelectEvents(true);
     mPoll.SetBeating(true);
     mIsListening = true;
     mTyping.TakeOver();
@@ -127,9 +129,18 @@ void X11KeySource::GrabAll() {
         mGuard.Beat();
         Grab(keyboard.number);
     }
+    // To one that another program has meanwhile a key may still be owed.
+    if (AreAllGrabbed()) SelectEvents(false);
     mGuard.Beat();
     ReadCapsLock();
     Wake();
+}
+
+/// All that are there.
+bool X11KeySource::AreAllGrabbed() const {
+    return std::all_of(mKeyboards.begin(), mKeyboards.end(), [](const auto& one) {
+        return one.second.isGrabbed || one.second.number == 0;
+    });
 }
 
 X11KeySource::Keyboards::iterator X11KeySource::Find(DeviceNumber number) {
@@ -144,6 +155,9 @@ void X11KeySource::Grab(DeviceNumber number) {
     // up to the grab and not beyond: a key that was pressed since is only on the keyboard now, and
     // one that was let go of since is only not there.
     const KeysQuestion before = AskKeysDownOn(mConnection, number);
+    // By itself its focus is at the pointer, which is the same. But the server dies when the grab
+    // of a disabled keyboard ends, unless the focus is on the grab's window.
+    xcb_input_xi_set_focus(mConnection, mRoot, XCB_CURRENT_TIME, number);
     const auto request = RequestGrab(number);
     const KeysQuestion now = AskKeysDownOn(mConnection, number);
     const KeySet down = WhereTwoAgree(KeysDownInSession(mConnection), KeysDown(mConnection, before),
@@ -151,7 +165,11 @@ void X11KeySource::Grab(DeviceNumber number) {
     if (!IsGranted(number, request)) return;
     const auto known = Find(number);
     const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
-    mKeyboards[id] = {number, std::move(map), true};
+    HeldKeyboard& keyboard = mKeyboards[id];
+    keyboard.number = number;
+    keyboard.map = std::move(map);
+    keyboard.isGrabbed = true;
+    keyboard.grab = request.sequence;
     SelectKeyboardEvents(number, kMapChanges);
     mGate->Open(id, CodesOf(down));
 }
@@ -174,12 +192,14 @@ bool X11KeySource::IsGranted(DeviceNumber number, xcb_input_xi_grab_device_cooki
 
 void X11KeySource::UngrabAll() {
     for (auto& [id, keyboard] : mKeyboards) {
-        if (!keyboard.isGrabbed) continue;
-        const auto request =
-            xcb_input_xi_ungrab_device(mConnection, XCB_CURRENT_TIME, keyboard.number);
-        keyboard.ungrab = request.sequence;
-        keyboard.isGrabbed = false;
+        if (keyboard.isGrabbed) Ungrab(keyboard);
     }
+}
+
+void X11KeySource::Ungrab(HeldKeyboard& keyboard) {
+    const auto request = xcb_input_xi_ungrab_device(mConnection, XCB_CURRENT_TIME, keyboard.number);
+    keyboard.ungrab = request.sequence;
+    keyboard.isGrabbed = false;
 }
 
 /// The keys that were typed until the keyboards were given back have reached nobody else.
@@ -212,12 +232,16 @@ void X11KeySource::StopListening() {
 // What the gate says
 
 void X11KeySource::Press(DeviceID device, KeyCode code) {
+    const PipeSignalBlocked blocked;
     if (mTyping.Press(KeycodeOf(code), MapOf(device))) Wake();
     if (code == KEY_CAPSLOCK) ReadCapsLock();
 }
 
 void X11KeySource::Release(DeviceID device, KeyCode code, PressedBy by) {
+    const PipeSignalBlocked blocked;
     if (mTyping.Release(KeycodeOf(code), MapOf(device), by)) Wake();
+    // It is locked with the press and unlocked with a release.
+    if (code == KEY_CAPSLOCK) ReadCapsLock();
 }
 
 void X11KeySource::Close(DeviceID device) {
@@ -229,6 +253,7 @@ void X11KeySource::Close(DeviceID device) {
 /// Keys come first, and with them seldom anything else. That waits for its turn, though not for so
 /// long that the guard would miss the beats.
 void X11KeySource::Read() {
+    const PipeSignalBlocked blocked;
     constexpr int kTurnsOfKeysAlone = 4;
     const bool isAny = !mIsLost && !mGuard.IsFreed() && ReadServer();
     if (!isAny || ++mTurnsOfKeys >= kTurnsOfKeysAlone) {
@@ -239,8 +264,6 @@ void X11KeySource::Read() {
 }
 
 void X11KeySource::ReadOther(int descriptor) {
-    eventfd_t ignored = 0;
-    if (descriptor == mWake.Get()) eventfd_read(descriptor, &ignored);
     if (descriptor == mGuard.Descriptor()) ReadGuard();
 }
 
@@ -351,6 +374,10 @@ void X11KeySource::Lose() {
     UngrabAll();
     xcb_flush(mConnection);
     mKeyboards.clear();
+    // Where it is this connection alone that has gone, what was typed is still down; and so it is
+    // where the guard went while it freed.
+    StartGuard();
+    mGuard.Free();
     mPoll.SetBeating(false);
     mPoll.Unwatch(xcb_get_file_descriptor(mConnection));
     mGate->Forget();

@@ -45,6 +45,8 @@ class X11KeySource final : public KeySource {
         DeviceNumber number = 0;  ///< 0 when it is gone
         KeyboardMap map;
         bool isGrabbed = false;
+        /// The request that took it; if it went before that, it had come again.
+        std::uint32_t grab = 0;
         /// The request that gave it back; what came before it was held.
         std::uint32_t ungrab = 0;
     };
@@ -58,11 +60,13 @@ class X11KeySource final : public KeySource {
     void SelectEvents(bool isListening);
     void SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uint16_t kinds);
     void GrabAll();
+    bool AreAllGrabbed() const;
     Keyboards::iterator Find(DeviceNumber number);
     void Grab(DeviceNumber number);
     xcb_input_xi_grab_device_cookie_t RequestGrab(DeviceNumber number);
     bool IsGranted(DeviceNumber number, xcb_input_xi_grab_device_cookie_t request);
     void UngrabAll();
+    void Ungrab(HeldKeyboard& keyboard);
     void TakeWhatWasHeld();
     void StopListening();
 
@@ -97,7 +101,6 @@ class X11KeySource final : public KeySource {
     KeyGate* mGate = nullptr;
     GuardedPoll mPoll;
     GuardLink& mGuard = mPoll.Guard();
-    FileDescriptor mWake;
     int mTurnsOfKeys = 0;
     bool mIsGuardReady = false;
     bool mIsHolding = false;

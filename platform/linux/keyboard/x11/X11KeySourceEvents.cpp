@@ -57,16 +57,18 @@ void X11KeySource::TakeKey(const void* event, Action action) {
     const auto& key = As<xcb_input_key_press_event_t>(event);
     const auto keyboard = Find(key.deviceid);
     if (keyboard == mKeyboards.end()) return;
-    mGate->FeedHeld(EventOf(keyboard->first, key, action));
+    mGate->Feed(EventOf(keyboard->first, key, action));
 }
 
-/// A key of a keyboard that was given back: the session got it as well.
+/// A key of a keyboard that was given back, and not taken again then: the session got it as well.
 void X11KeySource::TakeRawKey(const void* event, Action action) {
     const auto& key = As<xcb_input_raw_key_press_event_t>(event);
     const auto keyboard = Find(key.deviceid);
-    if (keyboard == mKeyboards.end() || keyboard->second.isGrabbed) return;
-    if (IsBefore(key.full_sequence, keyboard->second.ungrab)) return;
-    mGate->Feed(EventOf(keyboard->first, key, action));
+    if (keyboard == mKeyboards.end()) return;
+    const HeldKeyboard& held = keyboard->second;
+    if (IsBefore(key.full_sequence, held.ungrab)) return;
+    if (held.isGrabbed && !IsBefore(key.full_sequence, held.grab)) return;
+    mGate->Overhear(EventOf(keyboard->first, key, action));
 }
 
 /// A keyboard that was disabled and enabled, as on suspending, is attached to the session although
@@ -82,10 +84,14 @@ void X11KeySource::TakeHierarchy(const void* event) {
     for (; info.rem > 0; xcb_input_hierarchy_info_next(&info)) {
         const auto keyboard = Find(info.data->deviceid);
         if ((info.data->flags & kWent) == 0 || keyboard == mKeyboards.end()) continue;
+        // Old news: it had come again when it was grabbed, as we saw before we heard of it.
+        if (IsBefore(hierarchy.full_sequence, keyboard->second.grab)) continue;
+        // The grab holds on. If it outlived this connection, the server would die of the next key.
+        if (keyboard->second.isGrabbed) Ungrab(keyboard->second);
         keyboard->second.number = 0;
-        keyboard->second.isGrabbed = false;
         mGate->Close(keyboard->first);
     }
+    xcb_flush(mConnection);
     if ((hierarchy.flags & kCame) != 0 && mIsHolding) GrabAll();
 }
 
