@@ -37,12 +37,15 @@ CGEventRef Judge(CGEventTapProxy, CGEventType type, CGEventRef event, void* swal
     return static_cast<const Codes*>(swallowed)->contains(code) ? nullptr : event;
 }
 
-void TakeCommand(void*) {
-    std::array<char, 64> line{};
-    const ssize_t size = read(STDIN_FILENO, line.data(), line.size());
+void TakeCommands(void*) {
+    std::array<char, 64> lines{};
+    const ssize_t size = read(STDIN_FILENO, lines.data(), lines.size());
     if (size <= 0) return CFRunLoopStop(CFRunLoopGetCurrent());
-    const std::string_view command(line.data(), static_cast<std::size_t>(size));
-    Workspace_SetKeyboardForwardingWanted(command.starts_with("on"));
+    std::string_view commands(lines.data(), static_cast<std::size_t>(size));
+    for (auto end = commands.find('\n'); end != commands.npos; end = commands.find('\n')) {
+        Workspace_SetKeyboardForwardingWanted(commands.starts_with("on"));
+        commands.remove_prefix(end + 1);
+    }
 }
 
 }  // namespace
@@ -63,7 +66,7 @@ int main(int argc, char** argv) {
     std::puts("a tap");
     const auto keys = kivo::Adopt(CFMachPortCreateRunLoopSource(nullptr, tap.Get(), 0));
     const auto commands =
-        kivo::Adopt(kivo::CreateDescriptorSource(STDIN_FILENO, {nullptr, TakeCommand, nullptr}));
+        kivo::Adopt(kivo::CreateDescriptorSource(STDIN_FILENO, {nullptr, TakeCommands, nullptr}));
     CFRunLoopAddSource(CFRunLoopGetCurrent(), keys.Get(), kCFRunLoopCommonModes);
     CFRunLoopAddSource(CFRunLoopGetCurrent(), commands.Get(), kCFRunLoopCommonModes);
     CFRunLoopRun();

@@ -35,5 +35,19 @@ fails was_shown "-14 100"
 expect_equal "complaints" 1 "$(grep --count "is not held" /tmp/tap.log)"
 # And while it is held here no other gets it.
 fails "$KIVO_GUEST/hold-keyboard" /dev/input/event0 2>/dev/null
+# A key that was let through is down when the keyboard is given back, and goes up where only the other
+# program hears it: whether or not the keyboard is to be held again.
+for again in off on; do
+    press a 30
+    forward off
+    hold
+    echo "$again" >&7
+    key a up
+    expect_typed -30
+    kill "$other"
+    echo on >&7
+    await 20 is_tapped
+    : >"$TYPED"
+done
 tap a
 expect_typed +30 -30

@@ -45,15 +45,28 @@ start_x_session() {
 start_sway() {
     SEATD_VTBOUND=0 seatd -u "$(player_name)" >/tmp/seatd.log 2>&1 &
     await 10 test -S /run/seatd.sock
+    configure_sway "$@"
+    as_player none env LIBSEAT_BACKEND=seatd "${sway[@]}" >/tmp/sway.log 2>&1 &
+    await 30 gets_keys
+}
+
+# log_in_to_sway [LINE...]: the same as a login at the seat, on console 1. It is logind that opens the
+# keyboards for the compositor.
+log_in_to_sway() {
+    configure_sway "$@"
+    log_in "$(player_name)" 1 env LIBSEAT_BACKEND=logind "${sway[@]}"
+    await 30 gets_keys
+}
+
+# configure_sway [LINE...]: the compositor's command is in $sway then.
+configure_sway() {
     begin_typed
     # Neither fonts nor pointers are looked for, which takes two seconds here.
     echo '<fontconfig/>' >/tmp/fonts.conf
     { printf '%s\n' "$@" "xwayland disable"
       echo "exec $KIVO_GUEST/keys-of-window wev >>$TYPED 2>>$TEXT"; } >/tmp/sway.conf
-    FONTCONFIG_FILE=/tmp/fonts.conf XCURSOR_PATH=/none WLR_RENDERER=pixman \
-        WLR_BACKENDS=headless,libinput LIBSEAT_BACKEND=seatd \
-        as_player none sway --config /tmp/sway.conf >/tmp/sway.log 2>&1 &
-    await 30 gets_keys
+    sway=(FONTCONFIG_FILE=/tmp/fonts.conf XCURSOR_PATH=/none WLR_RENDERER=pixman
+        "WLR_BACKENDS=headless,libinput" sway --config /tmp/sway.conf)
 }
 
 # sway_does COMMAND...: has the compositor carry out a command of its own.

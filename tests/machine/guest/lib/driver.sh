@@ -62,3 +62,48 @@ end_forwarding() {
     kill -INT "$(driver_process)"
     await 20 fails driver_process
 }
+
+# start_seats_session: the ordinary user has logged in at the seat to sway, has no right but the rule that
+# is shipped, and runs the daemon there.
+start_seats_session() {
+    modprobe -a evdev uinput
+    start_udev
+    start_logind
+    allow_keyboards
+    log_in_to_sway
+    hold_by_the_daemon
+}
+
+# hold_by_the_daemon: from now on taps are the daemon's in the session of sway's user, beside a control
+# center there ($CENTER) that swallows what the tap was to.
+# shellcheck disable=SC2317 # other functions call these
+hold_by_the_daemon() {
+    start_tap() {
+        end_control_center
+        rm -f /tmp/shown /tmp/tap.log
+        sway_does exec "$KIVO_BUILD/bin/kivoctl listen --keys --swallow ${1-none} >/tmp/shown 2>&1"
+        await 30 grep --quiet --no-messages listening /tmp/shown
+        sway_does exec "$KIVO_BUILD/bin/kivo-driver >/tmp/tap.log 2>&1"
+        await 30 grep --quiet "has connected" /tmp/shown
+        TAP=$(driver_process)
+        CENTER=$(pidof kivoctl)
+        export CENTER
+    }
+    end_control_center() {
+        pkill --exact kivoctl || true
+        await 10 fails pidof kivoctl
+    }
+    end_tap() {
+        kill -INT "$TAP"
+        await 20 fails driver_process
+    }
+    ask_to_forward() {
+        kivoctl tap "$1" >/dev/null
+    }
+    press() {
+        await 20 goes_down "$@"
+    }
+    is_told_to_stop() {
+        grep --quiet "given back" /tmp/tap.log
+    }
+}

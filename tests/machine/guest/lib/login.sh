@@ -26,8 +26,10 @@ After=dbus.service' \
         'ExecStart=/lib/systemd/systemd-logind'
     write_unit user-runtime-dir@.service '' '[Service]' 'Type=oneshot' 'RemainAfterExit=yes' \
         'ExecStart=/lib/systemd/systemd-user-runtime-dir start %i'
+    # The folder that a login makes for its user is the case's too.
+    mount --make-shared /run
     SYSTEMD_UNIT_PATH=$units SYSTEMD_GENERATOR_PATH='' SYSTEMD_PROC_CMDLINE=quiet \
-        unshare --pid --mount --fork --mount-proc /lib/systemd/systemd --system \
+        unshare --pid --mount --propagation unchanged --fork --mount-proc /lib/systemd/systemd --system \
         --unit=login.target --log-target=console --show-status=no >/tmp/systemd.log 2>&1 &
     login_space=$!
     await 60 test -e /run/systemd/seats/seat0
@@ -40,14 +42,28 @@ write_unit() {
     printf '%s\n' '[Unit]' 'DefaultDependencies=no' "$dependences" "$@" >"$units/$name"
 }
 
-# log_in USER CONSOLE: a session of that user on a console, which gets the seat if it is in front.
+# allow_keyboards: puts the rule that is shipped in force, as the documentation has it done.
+allow_keyboards() {
+    cp "$KIVO_GUEST/../../../packaging/linux/70-kivo.rules" /etc/udev/rules.d/
+    udevadm control --reload
+    modprobe uinput
+    udevadm trigger
+    udevadm settle
+}
+
+# log_in USER CONSOLE [PROGRAM...]: a session of that user on a console, which gets the seat if it is
+# in front, and in which that program is run.
 log_in() {
-    write_unit "login-$2.service" '' '[Service]' "User=$1" 'PAMName=login-of-case' \
-        "TTYPath=/dev/tty$2" 'StandardInput=tty-force' 'ExecStart=/bin/sleep infinity'
+    local user=$1 console=$2
+    shift 2
+    [ $# -gt 0 ] || set -- sleep infinity
+    write_unit "login-$console.service" '' '[Service]' "User=$user" 'PAMName=login-of-case' \
+        "TTYPath=/dev/tty$console" 'StandardInput=tty-force' \
+        "StandardOutput=append:/tmp/login-$console.log" 'StandardError=inherit' "ExecStart=$*"
     # It obeys only processes whose numbers it can see.
     nsenter --pid --mount --target "$(pgrep --parent "$login_space")" \
-        systemctl start "login-$2.service"
-    await 20 session_on "$2" >/dev/null
+        systemctl start "login-$console.service"
+    await 20 session_on "$console" >/dev/null
 }
 
 # session_on CONSOLE: the file in which logind tells of the session there.
