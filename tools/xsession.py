@@ -68,15 +68,19 @@ class Session:
         return path.read_text(errors="replace") if path.exists() else ""
 
     def start_display(self, screen="1280x800x24"):
-        """Starts an X server, which DISPLAY names from then on; returns its process."""
+        """Starts an X server without hardware; returns its process."""
+        return self.start_x_server("Xvfb", "-screen", "0", screen)
+
+    def start_x_server(self, *command):
+        """Starts this X server, which DISPLAY names from then on; returns its process."""
         reading, writing = os.pipe()
-        server = self.start("Xvfb", "-displayfd", str(writing), "-screen", "0", screen,
-                            "-nolisten", "tcp", "-noreset", pass_fds=[writing])
+        server = self.start(*command, "-displayfd", writing, "-nolisten", "tcp", "-noreset",
+                            pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as numbers:
             number = numbers.readline().strip()
         if not number:
-            raise RuntimeError("the X server Xvfb did not start")
+            raise RuntimeError(f"the X server {command[0]} did not start")
         self.environment["DISPLAY"] = f":{number}"
         return server
 

@@ -13,17 +13,18 @@ GOODBYE = ("KiDC", {"identity": "KIVB"})
 
 
 class EndingTest(DaemonTest):
-    def told_until_nothing(self):
-        """All that the control center is told; the daemon has ended."""
+    def told(self, seconds=0.05):
+        """All that the control center is told, at most so long until the next; the daemon has
+        ended."""
         told = []
-        while (one := self.center.next(0.05)) is not None:
+        while (one := self.center.next(0.05 if GOODBYE in told else seconds)) is not None:
             told.append(one)
         return told
 
     def check_goodbye(self):
         """The daemon ended well and said so once, at the end."""
         self.assertEqual(self.daemon.process.wait(timeout=PATIENCE), 0)
-        told = self.told_until_nothing()
+        told = self.told(PATIENCE)
         self.assertEqual(told.count(GOODBYE), 1, told)
         self.assertEqual(told[-1], GOODBYE)
         return told
@@ -98,7 +99,7 @@ class EndingTest(DaemonTest):
         self.assertEqual(self.daemon.process.wait(timeout=PATIENCE), 0)
         asking.join()
         self.assertEqual(answers, [client.BECAME_INVALID])
-        self.assertEqual(self.told_until_nothing(), [])
+        self.assertEqual(self.told(), [])
 
     def ask_in_vain(self, sender, request, answers):
         try:
@@ -118,4 +119,4 @@ class EndingTest(DaemonTest):
             self.expect("KiCt", identity="KIVB")
             self.assert_answers()
             self.assertEqual(self.daemon.end(number), -number)
-            self.assertNotIn(GOODBYE, self.told_until_nothing())
+            self.assertNotIn(GOODBYE, self.told())

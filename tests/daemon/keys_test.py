@@ -8,6 +8,7 @@ import contextlib
 import os
 import pathlib
 import signal
+import struct
 
 import x11keys
 from kivo import protocol
@@ -20,10 +21,15 @@ class KeysTest(DaemonTest):
 
     def setUp(self):
         super().setUp()
-        display = self.session.environment["DISPLAY"]
-        self.hand = self.enterContext(x11keys.Hand(display))
-        self.typed_into = self.enterContext(x11keys.TypedInto(display))
+        self.hands = [self.enterContext(hand) for hand in self.make_hands()]
+        self.hand = self.hands[0]
+        self.typed_into = self.enterContext(
+            x11keys.TypedInto(self.session.environment["DISPLAY"]))
         self.hand.set_repeating(False)
+
+    def make_hands(self):
+        """A hand for each keyboard."""
+        return [x11keys.Hand(self.session.environment["DISPLAY"])]
 
     def start_forwarding(self, answers=None):
         """A control center of this kind, or none, and a daemon that holds the keyboard."""
@@ -32,17 +38,35 @@ class KeysTest(DaemonTest):
         if self.center:
             self.expect("KiCt", identity="KIVB")
         self.forward(True)
-        self.hand.await_held()
+        self.await_held()
+
+    def await_held(self):
+        for hand in self.hands:
+            hand.await_held()
+
+    def await_given_back(self):
+        for hand in self.hands:
+            hand.await_given_back()
+
+    def await_free(self):
+        for hand in self.hands:
+            hand.await_free()
 
     def forward(self, is_on):
         self.client().send(protocol.code("eTap"), protocol.encode("eTap", on=is_on))
 
     def await_told(self, key_down):
-        """Waits until the control center is told of a key that goes down, or up."""
+        """Waits until the control center is told of a key that goes down, or up; its code."""
         while (told := self.center.next()) is not None:
             if told[0] == "eETC" and told[1]["keyDown"] == key_down:
-                return
+                return told[1]["keyCode"]
         self.fail(f"the control center is told of no key; the log:\n{self.daemon.log()}")
+
+    def expect_no_key(self):
+        """The control center may be told of other things: where the daemon was stopped at its
+        start, those of the start."""
+        while (told := self.center.next(A_FEW_TICKS)) is not None:
+            self.assertNotEqual(told[0], "eETC")
 
     def await_decided(self):
         """Waits until all keys are decided that were typed: they are in order, with a modifier."""
@@ -50,6 +74,17 @@ class KeysTest(DaemonTest):
         self.hand.type(RIGHT_ALT)
         await_true("the last modifier has come",
                    lambda: self.got(RIGHT_ALT) == before + ["+", "-"], 2 * PATIENCE)
+
+    def let_through(self, hand, key):
+        """Presses a key that is to be let through, and again until it is: under load even a good
+        answer may come too late."""
+        await_true("a key is let through", lambda: self._is_let_through(hand, key), 2 * PATIENCE)
+
+    def _is_let_through(self, hand, key):
+        hand.release(*hand.down() & {key})
+        hand.press(key)
+        with contextlib.suppress(TimeoutError):
+            return await_true("it has come", lambda: key in hand.down_in_session(), 0.2)
 
     def got(self, key):
         return [what for what, of in self.typed_into.got() if of == key]
@@ -59,8 +94,9 @@ class KeysTest(DaemonTest):
     def assert_in_step(self):
         """Nothing is stuck: neither now, nor when all keys are let go of."""
         await_true("the session has nothing down that is up in the hand",
-                   lambda: self.hand.down_in_session() <= self.hand.down())
-        self.hand.release(*self.hand.down())
+                   lambda: self.hand.down_in_session() <= self.down())
+        for hand in self.hands:
+            hand.release(*hand.down())
         await_true("the session has nothing down", lambda: not self.hand.down_in_session(),
                    2 * PATIENCE)
         await_true("nothing is down on the keyboard for programs",
@@ -68,23 +104,26 @@ class KeysTest(DaemonTest):
         for key in {key for _, key in self.typed_into.got()}:
             self.assertEqual(self.got(key), ["+", "-"] * (len(self.got(key)) // 2), key)
 
+    def down(self):
+        """The keys that are down in a hand."""
+        return set().union(*(hand.down() for hand in self.hands))
+
     def assert_keyboard_works(self):
         """A key that is typed arrives, once."""
-        self.typed_into.clear()
-        self.hand.type(B)
-        self.typed_into.await_keys(("+", B), ("-", B))
+        for hand in self.hands:
+            self.typed_into.clear()
+            hand.type(B)
+            self.typed_into.await_keys(("+", B), ("-", B))
 
     def assert_well(self):
         """All is in step, the daemon lives, and the keyboard works as soon as it is given back."""
         self.assert_in_step()
         self.assert_answers()
         self.forward(False)
-        self.hand.await_free()
+        self.await_free()
         self.assert_keyboard_works()
 
-
-class ControlCenterTest(KeysTest):
-    """The daemon goes on, and the control center fails."""
+    # What is done often.
 
     def type_something(self):
         """Types with modifiers, keys that overlap, and some that stay down."""
@@ -104,6 +143,10 @@ class ControlCenterTest(KeysTest):
         if is_all_swallowed:
             self.assertEqual({key for _, key in self.typed_into.got()}, {LEFT_SHIFT, RIGHT_ALT})
         self.assert_well()
+
+
+class ControlCenterTest(KeysTest):
+    """The daemon goes on, and the control center fails."""
 
     def test_good_answers(self):
         self.check_answers("pass", is_all_swallowed=False)
@@ -198,9 +241,24 @@ class ControlCenterTest(KeysTest):
         self.hand.press(A)
         self.await_told(key_down=True)
         self.forward(False)
-        self.hand.await_given_back()
+        self.await_given_back()
         self.assert_in_step()
         self.assert_keyboard_works()
+
+
+    def test_another_program_takes_the_keyboard_with_a_key_down(self):
+        """Which was let through, and then forwarding was off for a moment."""
+        self.start_forwarding("pass")
+        self.let_through(self.hand, A)
+        self.forward(False)
+        self.hand.await_given_back()
+        self.assertTrue(self.hand.grab(self.hand.keyboard))
+        self.forward(True)
+        self.assert_answers()
+        self.hand.release(A)
+        await_true("the key is released", lambda: not self.hand.down_in_session())
+        self.hand.ungrab(self.hand.keyboard)
+        self.assert_well()
 
 
 class DaemonEndTest(KeysTest):
@@ -209,15 +267,8 @@ class DaemonEndTest(KeysTest):
     def start_typing(self):
         self.start_forwarding("pass")
         self.hand.press(LEFT_SHIFT)
-        # Under load even a good answer may come too late.
-        await_true("a key is let through", self.press_anew)
+        self.let_through(self.hand, A)
         self.guard = self.guard_of(self.daemon.process.pid)
-
-    def press_anew(self):
-        self.hand.release(*self.hand.down() & {A})
-        self.hand.press(A)
-        with contextlib.suppress(TimeoutError):
-            return await_true("it has come", lambda: A in self.hand.down_in_session(), 0.2)
 
     @staticmethod
     def guard_of(daemon):
@@ -230,7 +281,7 @@ class DaemonEndTest(KeysTest):
         raise LookupError("the daemon has no guard")
 
     def assert_free(self):
-        self.hand.await_free()
+        self.await_free()
         self.assert_in_step()
         self.assert_keyboard_works()
 
@@ -259,9 +310,10 @@ class DaemonEndTest(KeysTest):
     def test_quit(self):
         self.check_end(signal.SIGQUIT)
 
-    def test_terminated_together_with_its_group(self):
+    def test_terminated_together_with_its_guard(self):
         """As a service manager does that ends all it started: the guard goes last."""
         self.start_typing()
+        os.kill(int(self.guard.name), signal.SIGTERM)
         os.killpg(self.daemon.process.pid, signal.SIGTERM)
         self.daemon.process.wait(timeout=PATIENCE)
         self.assert_free()
@@ -278,26 +330,64 @@ class DaemonEndTest(KeysTest):
         self.await_told(key_down=False)
         self.assert_answers()
         self.forward(True)
-        self.expect_nothing()
+        self.expect_no_key()
         self.assertFalse(self.hand.is_held())
         self.assert_keyboard_works()
+
+    def test_stopped_together_with_its_group(self):
+        """As by Ctrl and Z in the terminal that it was started from: the guard goes on."""
+        self.start_typing()
+        os.killpg(self.daemon.process.pid, signal.SIGSTOP)
+        self.assert_free()
+        os.killpg(self.daemon.process.pid, signal.SIGCONT)
+        self.assert_answers()
 
     def test_its_guard_is_killed(self):
         """Nobody could free the keyboard then, so it is given back."""
         self.start_typing()
         os.kill(int(self.guard.name), signal.SIGKILL)
-        self.hand.await_given_back()
+        self.await_given_back()
         self.assert_in_step()
         self.assert_keyboard_works()
+        self.assert_answers()
+
+    def test_its_guard_is_killed_while_it_frees(self):
+        """It waits for the server, when the daemon goes on and the guard has to end."""
+        self.start_typing()
+        both = self.session.server, self.daemon.process
+        for process in both:
+            process.send_signal(signal.SIGSTOP)
+        await_true("the guard frees", self.is_freed)
+        os.kill(int(self.guard.name), signal.SIGKILL)
+        for process in both:
+            process.send_signal(signal.SIGCONT)
+        self.assert_free()
+        self.assert_answers()
+
+    def is_freed(self):
+        """What the guard notes in the memory that it shares before it frees anything."""
+        page = next(line for line in (self.guard / "maps").read_text().splitlines()
+                    if "memfd:kivo-guard" in line)
+        with open(self.guard / "mem", "rb") as memory:
+            memory.seek(int(page.split("-")[0], 16))
+            return struct.unpack("=II", memory.read(8))[1] != 0
+
+    def test_its_connection_is_closed(self):
+        """The server lives, and has the keys down that were typed by it."""
+        before = set(self.hand.children(self.hand.root))
+        self.start_typing()
+        of_the_daemon, = set(self.hand.children(self.hand.root)) - before
+        self.hand.close_connection_of(of_the_daemon)
+        self.assert_free()
         self.assert_answers()
 
     def test_started_anew(self):
         self.start_typing()
         self.daemon.end(signal.SIGKILL)
-        self.hand.await_free()
+        self.await_free()
         self.start_daemon()
         self.forward(True)
-        self.hand.await_held()
+        self.await_held()
         self.hand.release(*self.hand.down())
         self.await_decided()
         self.assert_well()

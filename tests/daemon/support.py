@@ -149,8 +149,11 @@ class Session(xsession.Session):
 
     def set_up(self):
         display, manager = self._wants
-        self.server = self.start_display(screen="1280x800x24") if display else None
+        self.server = self.start_server() if display else None
         self.manager = self._start_manager() if manager else None
+
+    def start_server(self):
+        return self.start_display(screen="1280x800x24")
 
     def _start_manager(self):
         configuration = self.folder / "config" / "openbox" / "rc.xml"
@@ -167,10 +170,12 @@ class DaemonTest(unittest.TestCase):
 
     display = True
     manager = True
+    session_type = Session
 
     def setUp(self):
         self.assertIsNotNone(DRIVER, "KIVO_DRIVER names the daemon's program")
-        self.session = self.enterContext(Session(self.display, self.display and self.manager))
+        self.session = self.enterContext(
+            self.session_type(self.display, self.display and self.manager))
         self._daemons = 0
         self.screen = self.center = self.daemon = None
         if self.display:

@@ -130,6 +130,15 @@ class XClient:
         count = struct.unpack_from("<I", reply, 16)[0] if reply[1] == 32 else 0
         return list(struct.unpack_from(f"<{count}I", reply, 32))
 
+    def children(self, window):
+        reply = self._ask(15, 0, struct.pack("<I", window))
+        return struct.unpack_from(f"<{struct.unpack_from('<H', reply, 16)[0]}I", reply, 32)
+
+    def close_connection_of(self, window):
+        """As `xkill` does."""
+        self._send(113, 0, struct.pack("<I", window))
+        self.sync()
+
     def frame(self, window):
         """Left, top, width and height of a window with its decoration, from the screen's corner.
 
@@ -182,6 +191,9 @@ class XClient:
     def activate(self, window):
         """Brings a window to the front as a task bar does; returns when it is there."""
         self.tell_manager(window, "_NET_ACTIVE_WINDOW", 2)
+        self.await_active(window)
+
+    def await_active(self, window):
         xsession.await_true("the window is active", lambda: self.active() == window)
 
     def minimise(self, window):

@@ -3,15 +3,22 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
+#include <set>
+#include <string_view>
 
 #include "platform/Workspace.h"
 #include "tests/desktop/X11KeyboardTest.h"
@@ -25,6 +32,20 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
+
+/// This process's descriptors that lead to an X server.
+std::set<int> ConnectionsToServer() {
+    std::set<int> connections;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename());
+        sockaddr_un peer{};
+        socklen_t size = sizeof peer;
+        if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0) continue;
+        const std::string_view path(peer.sun_path, size - offsetof(sockaddr_un, sun_path));
+        if (path.find("/.X11-unix/") != path.npos) connections.insert(descriptor);
+    }
+    return connections;
+}
 
 TEST_F(X11KeyboardTest, WithoutForwardingNothingIsHeldOrShown) {
     MakeTap();
@@ -164,6 +185,20 @@ TEST_F(X11KeyboardTest, ASwallowedKeyIsNotReleasedAfterTheEnd) {
     EXPECT_THAT(Keys(2), ElementsAre("+48", "-48"));
 }
 
+TEST_F(X11KeyboardTest, ASwallowedKeyPressedAnewAsTheKeyboardIsTakenIsReleasedWithTheHand) {
+    Hold();
+    tap->judge = [](const std::string&) { return false; };
+    hand->Press(KEY_A);
+    ExpectShown({"+00"});
+    tap->LetGo(*hand);
+    hand->Release(KEY_A);
+    hand->Press(KEY_A);
+    Hold();
+    EXPECT_TRUE(keyboard::x11::KeysDownInSession(hand->client.Get()).any());
+    hand->Release(KEY_A);
+    EXPECT_TRUE(Await([&] { return keyboard::x11::KeysDownInSession(hand->client.Get()).none(); }));
+}
+
 /// Types on and on while the keyboard is taken and given back. What was held when it is given back
 /// is typed a moment later, long on a busy machine, so a key must not be quicker than that to be
 /// pressed anew: there are many, and a hand that takes its time.
@@ -292,6 +327,48 @@ TEST_F(X11KeyboardTest, AKeyboardThatAnotherProgramHoldsIsLeftAlone) {
     EXPECT_THAT(tap->shown, IsEmpty());
 }
 
+TEST_F(X11KeyboardTest, AServerThatDiesBeforeForwardingBeginsEndsTheTapAlone) {
+    Hold();
+    tap->LetGo(*hand);
+    server->Server().Kill();
+    Workspace_SetKeyboardForwardingWanted(true);
+    ExpectShown({"time-out"});
+}
+
+TEST_F(X11KeyboardTest, AServerThatDiesBeforeForwardingEndsEndsTheTapAlone) {
+    Hold();
+    server->Server().Kill();
+    Workspace_SetKeyboardForwardingWanted(false);
+    ExpectShown({"time-out"});
+}
+
+TEST_F(X11KeyboardTest, AServerThatDiesWhileAKeyIsDecidedEndsTheTapAlone) {
+    Hold();
+    tap->judge = [&](const std::string&) {
+        server->Server().Kill();
+        return true;
+    };
+    hand->Press(KEY_A);
+    ExpectShown({"+00", "time-out"});
+}
+
+/// xcb looks whether the server is still there before it writes, so only a server that goes in
+/// between lets it write in vain; it does here.
+TEST_F(X11KeyboardTest, AServerThatGoesWhileItIsWrittenToEndsTheTapAlone) {
+    const std::set<int> others = ConnectionsToServer();
+    MakeTap();
+    Hold();
+    tap->judge = [&](const std::string&) {
+        server->Server().Signal(SIGSTOP);
+        for (const int connection : ConnectionsToServer()) {
+            if (!others.contains(connection)) shutdown(connection, SHUT_WR);
+        }
+        return true;
+    };
+    hand->Press(KEY_A);
+    ExpectShown({"+00", "time-out"});
+}
+
 TEST_F(X11KeyboardTest, ARealApplicationGetsItsText) {
     if (!IsInstalled("xterm")) GTEST_SKIP() << "xterm is not installed";
     const auto folder = std::filesystem::path(std::getenv("XDG_RUNTIME_DIR"));
@@ -324,10 +401,11 @@ TEST_F(X11KeyboardTest, ARealApplicationGetsItsText) {
 /// A daemon that lives in a process of its own, which things happen to.
 class X11GuardTest : public X11KeyboardTest {
   protected:
-    void StartDaemon() {
-        daemon = Process([] {
+    void StartDaemon(const std::function<void(const std::string&)>& onKey = [](const auto&) {}) {
+        daemon = Process([&] {
             TestTap mine;
             mine.judge = [&](const std::string& key) {
+                onKey(key);
                 if (key == "time-out") {
                     CFRunLoopStop(CFRunLoopGetCurrent());
                     std::ofstream(TimeoutFile()) << "time-out";
@@ -382,6 +460,16 @@ TEST_F(X11GuardTest, ADaemonThatStopsLosesTheKeyboard) {
     daemon.Signal(SIGCONT);
     EXPECT_TRUE(Await([&] { return std::filesystem::exists(TimeoutFile()); }));
     EXPECT_FALSE(hand->IsHeld());
+}
+
+TEST_F(X11GuardTest, ADaemonThatStopsInTheMiddleOfAKeyGoesOnWithoutTheKeyboard) {
+    StartDaemon([](const std::string& key) {
+        if (key == "+00") raise(SIGSTOP);
+    });
+    hand->Type(KEY_A);
+    ExpectFree();
+    daemon.Signal(SIGCONT);
+    EXPECT_TRUE(Await([&] { return std::filesystem::exists(TimeoutFile()); }));
 }
 
 TEST_F(X11GuardTest, AKeyPressedBeforeAndLetGoOfDuringTheStopIsNotStuck) {

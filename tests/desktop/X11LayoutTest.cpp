@@ -208,6 +208,29 @@ TEST_F(X11LayoutTest, AKeyboardDisabledAndEnabledWhileGivenBackWithAKeyDownIsNot
     ExpectNothingDown();
 }
 
+/// The tap hears of all of it when it is over.
+TEST_F(X11LayoutTest, AKeyboardDisabledAndEnabledTwiceAtOnceIsStillHeld) {
+    Hold();
+    for (const bool isEnabled : {false, true, false, true}) {
+        hand->SetEnabled(isEnabled);
+    }
+    ASSERT_TRUE(Await([&] { return hand->IsHeld(); }));
+    ExpectMeaning(KEY_Y, 'y');
+    tap->LetGo(*hand);
+    ExpectMeaning(KEY_Y, 'y');
+}
+
+/// The server would not survive the first key of a keyboard whose holder is gone.
+TEST_F(X11LayoutTest, AKeyboardWhoseHolderEndsWhileItIsDisabledWorks) {
+    Hold();
+    hand->SetEnabled(false);
+    TurnRunLoop(0.05);
+    tap.reset();
+    hand->SetEnabled(true);
+    ExpectMeaning(KEY_Y, 'y');
+    ExpectNothingDown();
+}
+
 // Lights
 
 TEST_F(X11LayoutTest, TheLightOfCapsLockIsTheSessions) {
