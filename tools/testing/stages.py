@@ -1,5 +1,6 @@
 """The stages of a test run. Each builds what it needs and yields the outcomes of its tests."""
 
+import concurrent.futures
 import dataclasses
 import os
 import pathlib
@@ -100,8 +101,11 @@ def threads(pattern):
 
 def fuzz(_pattern):
     build("fuzz")
-    for target in sorted(pathlib.Path("build/fuzz/bin").glob("fuzz-*")):
-        yield command_outcome(f"fuzz: {target.name}", "tools/fuzz", target)
+    targets = sorted(pathlib.Path("build/fuzz/bin").glob("fuzz-*"))
+    # A search takes one processor.
+    with concurrent.futures.ThreadPoolExecutor(int(JOBS)) as searches:
+        yield from searches.map(
+            lambda target: command_outcome(f"fuzz: {target.name}", "tools/fuzz", target), targets)
 
 
 def lint(_pattern):
