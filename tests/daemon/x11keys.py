@@ -4,6 +4,7 @@ What the hand does comes from a keyboard and not from a program, as far as the s
 else can tell. Keys are the kernel's numbers.
 """
 
+import contextlib
 import struct
 
 import x11
@@ -142,7 +143,7 @@ class Hand(KeyClient):
         self._set_enabled(True)
         self.sync()
 
-    def disable_and_enable(self, times):
+    def disable_and_enable(self, times=1):
         """At once: who hears of the first may find the last done."""
         for _ in range(times):
             self._set_enabled(False)
@@ -153,6 +154,14 @@ class Hand(KeyClient):
         self._send(self._input, 57, struct.pack("<HBBIIIB", self.keyboard, 0, 8,
                                                 self.atom("Device Enabled"), self.atom("INTEGER"),
                                                 1, is_enabled))
+
+    @contextlib.contextmanager
+    def at_once(self):
+        """What is done meanwhile is done before the server serves anybody else."""
+        self._send(36, 0, b"")
+        yield
+        self._send(37, 0, b"")
+        self.sync()
 
     def detach(self):
         """Takes the keyboard from the session, as `xinput float` does."""

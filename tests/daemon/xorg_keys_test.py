@@ -334,3 +334,22 @@ class ComingAndGoingTest(OnXorg, KeysTest):
         self.press_some()
         self.left.reattach()
         self.assert_held_and_well()
+
+    def check_typed_before_it_is_held_again(self, come_again):
+        """The session gets it from the keyboard, and from nobody else."""
+        self.start_forwarding("pass")
+        with self.left.at_once():
+            come_again()
+            self.left.type(A)
+            self.left.press(S)
+        self.await_held()
+        self.left.release(S)
+        self.await_decided()
+        self.assertEqual(self.got(A) + self.got(S), ["+", "-"] * 2)
+        self.assert_well()
+
+    def test_typed_before_it_is_held_again(self):
+        self.check_typed_before_it_is_held_again(self.left.disable_and_enable)
+
+    def test_typed_when_it_is_attached_while_held(self):
+        self.check_typed_before_it_is_held_again(self.left.reattach)

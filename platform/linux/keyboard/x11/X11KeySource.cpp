@@ -127,13 +127,20 @@ void X11KeySource::GrabAll() {
     for (const Keyboard& keyboard : AttachedKeyboards(mConnection)) {
         // Each takes some answers of the server, which may be slow.
         mGuard.Beat();
-        Grab(keyboard.number);
+        if (!IsGrabbed(keyboard.number)) Grab(keyboard.number);
     }
     // To one that another program has meanwhile a key may still be owed.
     if (AreAllGrabbed()) SelectEvents(false);
     mGuard.Beat();
     ReadCapsLock();
     Wake();
+}
+
+/// It may be attached all the same: then we are going to hear of that, after the keys that were
+/// typed until then.
+bool X11KeySource::IsGrabbed(DeviceNumber number) {
+    const auto known = Find(number);
+    return known != mKeyboards.end() && known->second.isGrabbed;
 }
 
 /// All that are there.

@@ -45,7 +45,7 @@ class X11KeySource final : public KeySource {
         DeviceNumber number = 0;  ///< 0 when it is gone
         KeyboardMap map;
         bool isGrabbed = false;
-        /// The request that took it; if it went before that, it had come again.
+        /// The request that took it.
         std::uint32_t grab = 0;
         /// The request that gave it back; what came before it was held.
         std::uint32_t ungrab = 0;
@@ -60,6 +60,7 @@ class X11KeySource final : public KeySource {
     void SelectEvents(bool isListening);
     void SelectKeyboardEvents(xcb_xkb_device_spec_t keyboard, std::uint16_t kinds);
     void GrabAll();
+    bool IsGrabbed(DeviceNumber number);
     bool AreAllGrabbed() const;
     Keyboards::iterator Find(DeviceNumber number);
     void Grab(DeviceNumber number);
@@ -74,6 +75,7 @@ class X11KeySource final : public KeySource {
     void ReadOther(int descriptor);
     bool ReadServer();
     int TakeEvents(xcb_generic_event_t* (*poll)(xcb_connection_t*));
+    static bool IsOldNews(const HeldKeyboard& keyboard, std::uint32_t sequence);
     void TakeEvent(const xcb_generic_event_t& event);
     void TakeInputEvent(const xcb_ge_generic_event_t& event);
     void TakeKey(const void* event, Action action);

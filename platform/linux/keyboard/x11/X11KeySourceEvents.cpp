@@ -25,6 +25,12 @@ bool IsBefore(std::uint32_t one, std::uint32_t other) {
 
 }  // namespace
 
+/// Whether it was sent before the keyboard was grabbed. We asked then how it was, and hear of what
+/// led to that only now.
+bool X11KeySource::IsOldNews(const HeldKeyboard& keyboard, std::uint32_t sequence) {
+    return keyboard.isGrabbed && IsBefore(sequence, keyboard.grab);
+}
+
 void X11KeySource::TakeEvent(const xcb_generic_event_t& event) {
     const auto type = event.response_type & 0x7F;
     if (type == XCB_GE_GENERIC) {
@@ -56,7 +62,7 @@ void X11KeySource::TakeInputEvent(const xcb_ge_generic_event_t& event) {
 void X11KeySource::TakeKey(const void* event, Action action) {
     const auto& key = As<xcb_input_key_press_event_t>(event);
     const auto keyboard = Find(key.deviceid);
-    if (keyboard == mKeyboards.end()) return;
+    if (keyboard == mKeyboards.end() || IsOldNews(keyboard->second, key.full_sequence)) return;
     mGate->Feed(EventOf(keyboard->first, key, action));
 }
 
@@ -67,12 +73,13 @@ void X11KeySource::TakeRawKey(const void* event, Action action) {
     if (keyboard == mKeyboards.end()) return;
     const HeldKeyboard& held = keyboard->second;
     if (IsBefore(key.full_sequence, held.ungrab)) return;
-    if (held.isGrabbed && !IsBefore(key.full_sequence, held.grab)) return;
+    if (held.isGrabbed && !IsOldNews(held, key.full_sequence)) return;
     mGate->Overhear(EventOf(keyboard->first, key, action));
 }
 
-/// A keyboard that was disabled and enabled, as on suspending, is attached to the session although
-/// the grab holds on: what is swallowed reached applications then, so it is grabbed anew.
+/// A keyboard that was disabled and enabled, as on suspending, or attached once more, is the
+/// session's although the grab holds on, and both get its keys. So it counts as gone as soon as
+/// anything of that happens, and is grabbed anew.
 void X11KeySource::TakeHierarchy(const void* event) {
     constexpr std::uint32_t kCame = XCB_INPUT_HIERARCHY_MASK_SLAVE_ADDED |
                                     XCB_INPUT_HIERARCHY_MASK_SLAVE_ATTACHED |
@@ -83,10 +90,9 @@ void X11KeySource::TakeHierarchy(const void* event) {
     auto info = xcb_input_hierarchy_infos_iterator(&hierarchy);
     for (; info.rem > 0; xcb_input_hierarchy_info_next(&info)) {
         const auto keyboard = Find(info.data->deviceid);
-        if ((info.data->flags & kWent) == 0 || keyboard == mKeyboards.end()) continue;
-        // Old news: it had come again when it was grabbed, as we saw before we heard of it.
-        if (IsBefore(hierarchy.full_sequence, keyboard->second.grab)) continue;
-        // The grab holds on. If it outlived this connection, the server would die of the next key.
+        if ((info.data->flags & (kCame | kWent)) == 0 || keyboard == mKeyboards.end()) continue;
+        if (IsOldNews(keyboard->second, hierarchy.full_sequence)) continue;
+        // If the grab outlived this connection, the server would die of the next key.
         if (keyboard->second.isGrabbed) Ungrab(keyboard->second);
         keyboard->second.number = 0;
         mGate->Close(keyboard->first);
