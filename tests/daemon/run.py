@@ -10,6 +10,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 # The client from the documents, and the session that the demonstration has too.
 FOLDERS = [HERE, HERE.parent / "python", HERE.parents[1] / "tools"]
 SKIPPED = 77
+# Of each log, when a test failed.
+LAST_LINES = 20
 
 
 def cases(suite):
@@ -29,12 +31,16 @@ def list_tests():
 
 
 def run_test(name):
-    test = unittest.defaultTestLoader.loadTestsFromName(name)
+    test, = cases(unittest.defaultTestLoader.loadTestsFromName(name))
     result = unittest.TextTestRunner(verbosity=2).run(test)
     if result.skipped:
         print(f"{name}: Skipped\n{result.skipped[0][1]}")
         return SKIPPED
-    return 0 if result.wasSuccessful() and result.testsRun == 1 else 1
+    if result.wasSuccessful() and result.testsRun == 1:
+        return 0
+    for log, lines in getattr(test, "logs", {}).items():
+        print(f"\n{log} ends with", *lines[-LAST_LINES:], sep="\n")
+    return 1
 
 
 def main():

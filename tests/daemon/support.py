@@ -171,17 +171,23 @@ class DaemonTest(unittest.TestCase):
     display = True
     manager = True
     session_type = Session
+    logs = {}  # by name, when it has ended
 
     def setUp(self):
         self.assertIsNotNone(DRIVER, "KIVO_DRIVER names the daemon's program")
         self.session = self.enterContext(
             self.session_type(self.display, self.display and self.manager))
+        self.addCleanup(self._keep_logs)
         self._daemons = 0
         self.screen = self.center = self.daemon = None
         if self.display:
             self.screen = self.enterContext(x11.XClient(self.session.environment["DISPLAY"]))
         if self.session.manager:
             self.screen.await_manager()
+
+    def _keep_logs(self):
+        self.logs = {log.name: log.read_text(errors="replace").splitlines()
+                     for log in sorted(self.session.folder.glob("*.log"))}
 
     def start_center(self):
         self.center = ControlCenter(self.session)
@@ -237,7 +243,7 @@ class DaemonTest(unittest.TestCase):
     def expect_message(self, *messages):
         """The next thing that the control center is told is one of these; its values."""
         told = self.center.next()
-        self.assertIsNotNone(told, f"{messages} is not sent; the log:\n{self.daemon.log()}")
+        self.assertIsNotNone(told, f"{messages} is not sent")
         self.assertIn(told[0], messages)
         return told[1]
 

@@ -6,20 +6,24 @@ import fnmatch
 import pathlib
 import xml.etree.ElementTree
 
+# Of so many failed tests the summary repeats so many lines: they are far above otherwise.
+REPEATED_TESTS, REPEATED_LINES = 5, 80
+
 
 @dataclasses.dataclass(frozen=True)
 class Outcome:
-    """One test: its name, 'passed', 'failed' or 'skipped', and why it did not pass."""
+    """One test: its name, 'passed', 'failed' or 'skipped', why it did not pass, what it printed."""
     name: str
     verdict: str
     reason: str = ""
+    output: str = ""
 
 
 def read_junit(path, stage):
     """The outcomes in a JUnit file as CTest writes it, named "stage: test"."""
     for case in xml.etree.ElementTree.parse(path).getroot().iter("testcase"):
         name = case.get("name").split("  # GetParam")[0]  # GoogleTest repeats the parameter there.
-        yield Outcome(f"{stage}: {name}", *verdict_and_reason(case))
+        yield Outcome(f"{stage}: {name}", *verdict_and_reason(case), case.findtext("system-out", ""))
 
 
 def verdict_and_reason(case):
@@ -59,9 +63,17 @@ def without_skips(outcomes, allowed):
             else outcome for outcome in outcomes]
 
 
+def print_outputs(failed):
+    """Repeats how the first of the failed tests ended."""
+    for outcome in [outcome for outcome in failed if outcome.output][:REPEATED_TESTS]:
+        print(f"\n==> {outcome.name}")
+        print("\n".join(outcome.output.splitlines()[-REPEATED_LINES:]))
+
+
 def print_summary(outcomes):
     """Prints what did not pass, then the count; returns the exit status."""
     counts = collections.Counter(outcome.verdict for outcome in outcomes)
+    print_outputs([outcome for outcome in outcomes if outcome.verdict == "failed"])
     print()
     for outcome in outcomes:
         if outcome.verdict != "passed":
