@@ -25,10 +25,10 @@ bool IsBefore(std::uint32_t one, std::uint32_t other) {
 
 }  // namespace
 
-/// Whether it was sent before the keyboard was grabbed. We asked then how it was, and hear of what
-/// led to that only now.
+/// Whether it was sent before the keyboard was grabbed last. We asked then how it was, and hear
+/// only now of what led to that.
 bool X11KeySource::IsOldNews(const HeldKeyboard& keyboard, std::uint32_t sequence) {
-    return keyboard.isGrabbed && IsBefore(sequence, keyboard.grab);
+    return IsBefore(sequence, keyboard.grab);
 }
 
 void X11KeySource::TakeEvent(const xcb_generic_event_t& event) {
