@@ -68,7 +68,8 @@ class Session(support.Session):
         # At a seat that no device of this machine belongs to.
         server = self.start_x_server(
             SERVER, "-seat", "seat-kivo", "-config", self.folder / "xorg.conf",
-            "-configdir", self.folder / "xorg.conf.d", "-logfile", self.folder / "xorg.log")
+            "-configdir", self.folder / "xorg.conf.d",
+            "-logfile", self.folder / "xorg.log", "-logverbose", "0")
         for keyboard in self.keyboards.values():
             keyboard.connect()
         return server

@@ -1,5 +1,6 @@
 """Keys typed on the keyboards of a real X server: several of them, that come, go and repeat."""
 
+import random
 import signal
 
 import keys_test
@@ -353,3 +354,52 @@ class ComingAndGoingTest(OnXorg, KeysTest):
 
     def test_typed_when_it_is_attached_while_held(self):
         self.check_typed_before_it_is_held_again(self.left.reattach)
+
+
+class AnyOrderTest(OnXorg, KeysTest):
+    """Whatever is done to the keyboards, and in which order, nothing is stuck and nothing lost."""
+
+    ROUNDS = 40
+
+    def check(self, answers):
+        seed = random.randrange(2**32)
+        print(f"seed {seed}")
+        self.random = random.Random(seed)
+        self.start_forwarding(answers)
+        for _ in range(self.ROUNDS):
+            for _ in range(self.random.randint(3, 30)):
+                self.do_something(self.random.choice(self.hands))
+            self.come_to_rest()
+        self.assert_well()
+
+    def do_something(self, hand):
+        self.random.choice([self.use_key] * 10 + [
+            xorg.Hand.detach, xorg.Hand.reattach, xorg.Hand.disable_and_enable,
+            self.forward_or_not])(hand)
+
+    def use_key(self, hand):
+        key = self.random.choice([LEFT_SHIFT, A, S, D, Y])
+        if key in hand.down():
+            hand.release(key)
+        else:
+            self.random.choice([hand.press, hand.type])(key)
+
+    def forward_or_not(self, _):
+        self.forward(self.random.choice([False, True]))
+
+    def come_to_rest(self):
+        for hand in self.hands:
+            hand.release(*hand.down())
+            hand.reattach()
+        self.forward(True)
+        self.await_held()
+        # This is a key that is lost when any is.
+        self.await_decided()
+        self.assert_in_step()
+        self.typed_into.clear()
+
+    def test_let_through(self):
+        self.check("pass")
+
+    def test_swallowed(self):
+        self.check("swallow")

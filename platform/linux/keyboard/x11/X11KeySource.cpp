@@ -172,11 +172,14 @@ void X11KeySource::Grab(DeviceNumber number) {
     if (!IsGranted(number, request)) return;
     const auto known = Find(number);
     const DeviceID id = known != mKeyboards.end() ? known->first : ++mLastID;
-    HeldKeyboard& keyboard = mKeyboards[id];
+    const auto [place, isNew] = mKeyboards.try_emplace(id);
+    HeldKeyboard& keyboard = place->second;
     keyboard.number = number;
     keyboard.map = std::move(map);
     keyboard.isGrabbed = true;
     keyboard.grab = request.sequence;
+    // Of what the session got of it before we have heard a part at best.
+    if (isNew) keyboard.ungrab = request.sequence;
     SelectKeyboardEvents(number, kMapChanges);
     mGate->Open(id, CodesOf(down));
 }
