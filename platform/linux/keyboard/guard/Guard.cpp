@@ -93,7 +93,6 @@ void Guard::Look() {
     }
     if (!mLookout.IsInVain(mPage->beats.load(std::memory_order_relaxed))) return;
     FreeAll();
-    Report(GuardNews::kFreed);
 }
 
 void Guard::FreeAll() {
@@ -103,6 +102,7 @@ void Guard::FreeAll() {
         ward->Free();
     }
     mWards.clear();
+    Report(GuardNews::kFreed);
 }
 
 void Guard::Report(GuardNews news, std::uint32_t number) {

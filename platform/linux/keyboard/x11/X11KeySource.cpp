@@ -359,8 +359,10 @@ void X11KeySource::ReadGuard() {
                 if (mIsHolding) GrabAll();
                 break;
             case GuardLink::News::kFreed:
+                mIsFreed = true;
                 return Lose();
             case GuardLink::News::kGone:
+                if (mIsLost) return HaveFreed();
                 return mGuard.IsFreed() ? Lose() : LoseGuard();
         }
     }
@@ -375,6 +377,15 @@ void X11KeySource::LoseGuard() {
     mGate->Disable(DisabledBy::kTimeout);
 }
 
+/// Where it is this connection alone that has gone, what was typed is still down; and so it is
+/// where a guard went before it had freed all, which we may hear of only after the order.
+void X11KeySource::HaveFreed() {
+    constexpr int kGuardsAtMost = 3;
+    if (mIsFreed || ++mGuardsToFree > kGuardsAtMost) return;
+    StartGuard();
+    mGuard.Free();
+}
+
 /// The keyboards are the session's again, and stay so.
 void X11KeySource::Lose() {
     if (mIsLost) return;
@@ -384,10 +395,7 @@ void X11KeySource::Lose() {
     UngrabAll();
     xcb_flush(mConnection);
     mKeyboards.clear();
-    // Where it is this connection alone that has gone, what was typed is still down; and so it is
-    // where the guard went while it freed.
-    StartGuard();
-    mGuard.Free();
+    HaveFreed();
     mPoll.SetBeating(false);
     mPoll.Unwatch(xcb_get_file_descriptor(mConnection));
     mGate->Forget();

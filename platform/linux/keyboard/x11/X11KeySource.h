@@ -93,6 +93,7 @@ class X11KeySource final : public KeySource {
     void StartGuard();
     void ReadGuard();
     void LoseGuard();
+    void HaveFreed();
     void Lose();
 
     xcb_connection_t* const mConnection;
@@ -108,6 +109,8 @@ class X11KeySource final : public KeySource {
     bool mIsHolding = false;
     bool mIsListening = false;
     bool mIsLost = false;
+    bool mIsFreed = false;
+    int mGuardsToFree = 0;
     Keyboards mKeyboards;
     DeviceID mLastID = 0;
 };
