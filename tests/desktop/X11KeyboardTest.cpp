@@ -175,23 +175,13 @@ TEST_F(X11KeyboardTest, AKeyHeldAcrossTheEndCanBePressedAgain) {
 }
 
 TEST_F(X11KeyboardTest, ASwallowedKeyIsNotReleasedAfterTheEnd) {
-    Hold();
-    tap->judge = [](const std::string&) { return false; };
-    hand->Press(KEY_A);
-    ExpectShown({"+00"});
-    tap->LetGo(*hand);
-    hand->Release(KEY_A);
+    SwallowAUntilTheEnd();
     hand->Type(KEY_B);
     EXPECT_THAT(Keys(2), ElementsAre("+48", "-48"));
 }
 
 TEST_F(X11KeyboardTest, ASwallowedKeyPressedAnewAsTheKeyboardIsTakenIsReleasedWithTheHand) {
-    Hold();
-    tap->judge = [](const std::string&) { return false; };
-    hand->Press(KEY_A);
-    ExpectShown({"+00"});
-    tap->LetGo(*hand);
-    hand->Release(KEY_A);
+    SwallowAUntilTheEnd();
     hand->Press(KEY_A);
     Hold();
     EXPECT_TRUE(keyboard::x11::KeysDownInSession(hand->client.Get()).any());

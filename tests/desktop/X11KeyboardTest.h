@@ -38,6 +38,15 @@ class X11KeyboardTest : public testing::Test {
         Await([&] { return application->Keys().size() >= count; });
         return application->Keys();
     }
+    /// Has A swallowed, and let go of when the keyboard has been given back.
+    void SwallowAUntilTheEnd() {
+        Hold();
+        tap->judge = [](const std::string&) { return false; };
+        hand->Press(KEY_A);
+        ExpectShown({"+00"});
+        tap->LetGo(*hand);
+        hand->Release(KEY_A);
+    }
     void ExpectShown(const std::vector<std::string>& expected) {
         Await([&] { return tap->shown.size() >= expected.size(); });
         EXPECT_THAT(tap->shown, testing::ElementsAreArray(expected));
